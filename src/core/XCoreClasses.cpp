@@ -1,0 +1,11 @@
+#include "core/XCoreClasses.h"
+
+#include "core/XClassRegistry.h"
+#include "core/XMemoryHandle.h"
+
+void XRegisterCoreClasses() {
+  XClassRegistry::RegisterClass(XMemoryHandle::GetClassVersion(), XStorable::GetClassVersion(),
+                                XStreamConstructorFactory<XMemoryHandle>,
+                                XVersionedReaderFactory<XMemoryHandle>,
+                                XDefaultConstructorFactory<XMemoryHandle>, "XMemoryHandle");
+}

@@ -1,0 +1,6 @@
+// Registration of the core's own storable classes.
+#pragma once
+
+// Enters the core's classes (the memory handle, id 33) into the registry.
+// Safe to call more than once.
+void XRegisterCoreClasses();

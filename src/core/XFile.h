@@ -1,0 +1,56 @@
+// File names and plain files on the operating system.
+#pragma once
+
+#include "core/XTypes.h"
+
+class XFileSpec {
+ public:
+  XFileSpec() = default;
+  XFileSpec(XString inPath) : itsPath(std::move(inPath)) {}  // NOLINT: paths convert freely
+  XFileSpec(const char* inPath) : itsPath(inPath) {}         // NOLINT
+
+  const XString& GetPath() const { return itsPath; }
+  XString GetName() const;       // last component
+  XString GetExtension() const;  // without the dot, empty if none
+  XFileSpec GetParent() const;
+  XFileSpec operator/(const XString& inChild) const;
+  bool Exists() const;
+  bool IsEmpty() const { return itsPath.empty(); }
+  bool operator==(const XFileSpec& inOther) const { return itsPath == inOther.itsPath; }
+
+ private:
+  XString itsPath;
+};
+
+enum XFileMode : UInt8 { kReadOnly = 0, kReadWrite = 1, kCreateReadWrite = 2 };
+
+// An open file. Failures throw XException 1003 with the path and the system's reason.
+class XFile {
+ public:
+  XFile() = default;
+  XFile(const XFileSpec& inSpec, XFileMode inMode) { Open(inSpec, inMode); }
+  ~XFile();
+  XFile(const XFile&) = delete;
+  XFile& operator=(const XFile&) = delete;
+
+  // kCreateReadWrite creates the file or empties an existing one.
+  void Open(const XFileSpec& inSpec, XFileMode inMode);
+  void Close();
+  bool IsOpen() const { return itsDescriptor >= 0; }
+  const XFileSpec& GetSpec() const { return itsSpec; }
+  XFileMode GetMode() const { return itsMode; }
+
+  // Reads at most inBytes at inOffset; returns the count read (short at the end).
+  UInt64 ReadAt(UInt64 inOffset, void* outBuffer, UInt64 inBytes) const;
+  void WriteAt(UInt64 inOffset, const void* inBuffer, UInt64 inBytes);
+  UInt64 GetSize() const;
+  void SetSize(UInt64 inSize);
+  int GetDescriptor() const { return itsDescriptor; }
+
+ private:
+  [[noreturn]] void Fail(const char* inWhat) const;
+
+  XFileSpec itsSpec;
+  XFileMode itsMode = kReadOnly;
+  int itsDescriptor = -1;
+};

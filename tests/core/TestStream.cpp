@@ -1,0 +1,265 @@
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <limits>
+
+#include "core/XClassRegistry.h"
+#include "core/XCoreClasses.h"
+#include "core/XHandleStream.h"
+#include "core/XStream.h"
+
+namespace {
+
+std::vector<UInt8> Bytes(const XMemoryStream& s) { return s.GetBytes(); }
+
+SInt32 ErrorOf(const std::function<void()>& inCall) {
+  try {
+    inCall();
+  } catch (const XException& e) {
+    return e.GetErrorNumber();
+  }
+  return 0;
+}
+
+}  // namespace
+
+TEST(Stream, NumbersFollowTheStreamsByteOrder) {
+  XMemoryStream big(kBigEndian);
+  big.Write16(0x0102);
+  big.Write32(0x03040506);
+  big.Write64S(-2);
+  big.WriteFloat32S(1.0f);
+  std::vector<UInt8> expected = {1, 2, 3, 4, 5, 6, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFE,
+                                 0x3F, 0x80, 0, 0};
+  EXPECT_EQ(Bytes(big), expected);
+
+  XMemoryStream little(kLittleEndian);
+  little.Write32(0x03040506);
+  little.WriteFloat64S(-0.5);
+  EXPECT_EQ(Bytes(little), (std::vector<UInt8>{6, 5, 4, 3, 0, 0, 0, 0, 0, 0, 0xE0, 0xBF}));
+
+  big.SeekTo(0);
+  EXPECT_EQ(big.Read16(), 0x0102);
+  EXPECT_EQ(big.Read32(), 0x03040506u);
+  EXPECT_EQ(big.Read64S(), -2);
+  EXPECT_EQ(big.ReadFloat32S(), 1.0f);
+}
+
+TEST(Stream, BuffersStringsAndSpecialValuesRoundTrip) {
+  for (XByteOrder order : {kBigEndian, kLittleEndian}) {
+    XMemoryStream s(order);
+    UInt16 shorts[3] = {1, 0xABCD, 0xFFFF};
+    UInt32 words[2] = {0xDEADBEEF, 7};
+    s.WriteBuffer16(shorts, 3);
+    s.WriteBuffer32(words, 2);
+    s.WriteString("grün");
+    s.WriteString("");
+    s.WriteFloat64S(std::numeric_limits<double>::quiet_NaN());
+    s.WriteARGB32(0x80FF4020);
+    XUUID id = XUUID::Generate();
+    s.WriteUUID(id);
+    s.SeekTo(0);
+    UInt16 shortsBack[3];
+    UInt32 wordsBack[2];
+    s.ReadBuffer16(shortsBack, 3);
+    s.ReadBuffer32(wordsBack, 2);
+    EXPECT_EQ(shortsBack[1], 0xABCD);
+    EXPECT_EQ(wordsBack[0], 0xDEADBEEFu);
+    EXPECT_EQ(s.ReadString(), "grün");
+    EXPECT_EQ(s.ReadString(), "");
+    EXPECT_TRUE(std::isnan(s.ReadFloat64S()));
+    EXPECT_EQ(s.ReadARGB32(), 0x80FF4020u);
+    EXPECT_EQ(s.ReadUUID(), id);
+    EXPECT_EQ(s.GetRemaining(), 0u);
+  }
+  XMemoryStream argb(kLittleEndian);
+  argb.WriteARGB32(0x11223344);  // colour bytes keep their order whatever the stream's
+  EXPECT_EQ(Bytes(argb), (std::vector<UInt8>{0x11, 0x22, 0x33, 0x44}));
+}
+
+TEST(Stream, ReadingPastTheEndThrowsAndKeepsTheStreamUsable) {
+  XMemoryStream s;
+  s.Write16(5);
+  s.SeekTo(0);
+  EXPECT_EQ(ErrorOf([&] { s.Read32(); }), kErrEndOfStream);
+  s.SeekTo(0);
+  EXPECT_EQ(s.Read16(), 5);
+  // A string whose length word is a lie fails before allocating.
+  XMemoryStream lie;
+  lie.Write32(0x7FFFFFF0);
+  lie.SeekTo(0);
+  EXPECT_NE(ErrorOf([&] { lie.ReadString(); }), 0);
+  XMemoryStream shortString;
+  shortString.Write32(100);
+  shortString.WriteBuffer8("abc", 3);
+  shortString.SeekTo(0);
+  EXPECT_EQ(ErrorOf([&] { shortString.ReadString(); }), kErrBadStreamSize);
+}
+
+TEST(Stream, SeekPeekTruncateAndGaps) {
+  XMemoryStream s;
+  s.Write32(1);
+  s.Write32(2);
+  s.Seek(-4);
+  UInt8 peek[8];
+  EXPECT_EQ(s.PeekBuffer8(peek, 8), 4u);
+  EXPECT_EQ(s.GetPosition(), 4u);
+  s.Truncate();
+  EXPECT_EQ(s.GetExtent(), 4u);
+  s.SeekTo(10);  // writing beyond the end leaves zeros in the gap
+  s.Write8(9);
+  EXPECT_EQ(s.GetExtent(), 11u);
+  EXPECT_EQ(s.GetBuffer()[6], 0);
+  EXPECT_EQ(ErrorOf([&] { s.Seek(-100); }), kErrEndOfStream);
+}
+
+TEST(Stream, HeaderCarriesByteOrderAndFormat) {
+  XMemoryStream s(kBigEndian);
+  s.WriteStreamInfo();
+  s.Write32(0x01020304);
+  const UInt8* b = s.GetBuffer();
+  EXPECT_EQ(std::string(reinterpret_cast<const char*>(b), 6), "MIRLMM");
+  EXPECT_EQ(b[6], 0);
+  EXPECT_EQ(b[7], XStream::kCurrentStreamFormat);
+
+  XMemoryStream reader(s.GetBuffer(), s.GetExtent(), kLittleEndian);
+  UInt32 info = reader.ReadStreamInfo();
+  EXPECT_EQ(info >> 16, XStream::kCurrentStreamFormat);
+  EXPECT_EQ(reader.GetByteOrder(), kBigEndian);
+  EXPECT_EQ(reader.Read32(), 0x01020304u);
+
+  XMemoryStream junk("GIF89a....", 10);
+  EXPECT_EQ(ErrorOf([&] { junk.ReadStreamInfo(); }), kErrBadStreamHeader);
+}
+
+TEST(Stream, HandleStreamWritesIntoTheCallersHandle) {
+  XMemoryHandle handle(0);
+  XMemoryHandle earlier = handle;
+  {
+    XHandleStream s(handle, kBigEndian);
+    for (UInt32 i = 0; i < 1000; ++i) s.Write32(i);
+    s.SeekTo(8);
+    s.Truncate();
+  }
+  EXPECT_EQ(handle.GetDataSize(), 8u);
+  EXPECT_EQ(earlier.GetDataSize(), 0u);  // the copy taken before is untouched
+  XHandleStream r(handle, kBigEndian);
+  r.Seek(4);
+  EXPECT_EQ(r.Read32(), 1u);
+  EXPECT_THROW(r.Read8(), XException);
+}
+
+// A small storable class for the object protocol.
+class XTestPoint : public XStorable {
+ public:
+  static constexpr UInt16 kClassID = 60001;
+  static XVersion GetClassVersion() { return XVersion(kClassID, 1); }
+  XTestPoint() = default;
+  explicit XTestPoint(XStream& s) { ReadStream2(s, kReadAll); }
+  XVersion GetVersion() const override { return GetClassVersion(); }
+  XStorable* Clone() const override { return new XTestPoint(*this); }
+  void WriteStream2(XStream& s, XOptions) const override {
+    s.WriteVersion(GetClassVersion());
+    s.Write32(static_cast<UInt32>(x));
+  }
+  void ReadStream2(XStream& s, XOptions) override {
+    seenCreating = s.GetLastClassCreated();
+    ReadCheckedClassVersion(s, GetClassVersion());
+    x = static_cast<SInt32>(s.Read32());
+  }
+  SInt32 x = 0;
+  XVersion seenCreating;
+};
+
+class XOtherClass : public XTestPoint {
+ public:
+  static constexpr UInt16 kClassID = 60002;
+  XVersion GetVersion() const override { return XVersion(kClassID, 0); }
+  XStorable* Clone() const override { return new XOtherClass(*this); }
+};
+
+class ObjectStream : public ::testing::Test {
+ protected:
+  static void SetUpTestSuite() {
+    XRegisterCoreClasses();
+    XClassRegistry::RegisterClass(XTestPoint::GetClassVersion(), XStorable::GetClassVersion(),
+                                  XStreamConstructorFactory<XTestPoint>,
+                                  XVersionedReaderFactory<XTestPoint>, nullptr, "test point");
+    XClassRegistry::RegisterClass(XVersion(XOtherClass::kClassID, 0), XStorable::GetClassVersion(),
+                                  nullptr, XVersionedReaderFactory<XOtherClass>, nullptr, "");
+  }
+};
+
+TEST_F(ObjectStream, ObjectsRoundTripThroughTheRegistry) {
+  XMemoryStream s(kBigEndian);
+  XTestPoint p;
+  p.x = -7;
+  s.WriteObject(p);
+  s.WriteObject(static_cast<const XStorable*>(nullptr));
+  EXPECT_EQ(s.GetBytes(), (std::vector<UInt8>{0, 1, 0xEA, 0x61, 0, 1, 0xEA, 0x61, 0xFF, 0xFF, 0xFF,
+                                              0xF9, 0, 0, 0, 0}));
+  s.SeekTo(0);
+  auto back = s.ReadObjectAs<XTestPoint>();
+  ASSERT_TRUE(back);
+  EXPECT_EQ(back->x, -7);
+  EXPECT_EQ(back->seenCreating, XTestPoint::GetClassVersion());
+  EXPECT_EQ(s.GetLastClassCreated(), XVersion());
+  EXPECT_EQ(s.ReadObject(), nullptr);
+}
+
+TEST_F(ObjectStream, BadObjectsGiveNumberedErrors) {
+  XMemoryStream unknown;
+  unknown.Write32(XVersion(59999, 0).GetValue());
+  unknown.SeekTo(0);
+  EXPECT_EQ(ErrorOf([&] { delete unknown.ReadObject(); }), kErrWrongClass);
+
+  XMemoryStream newer;
+  newer.WriteVersion(XVersion(XTestPoint::kClassID, 1));
+  newer.WriteVersion(XVersion(XTestPoint::kClassID, 2));
+  newer.Write32(1);
+  newer.SeekTo(0);
+  EXPECT_EQ(ErrorOf([&] { delete newer.ReadObject(); }), kErrNewerVersion);
+
+  XMemoryStream wrongLayer;
+  wrongLayer.WriteVersion(XTestPoint::GetClassVersion());
+  wrongLayer.WriteVersion(XVersion(34, 0));
+  wrongLayer.Write32(1);
+  wrongLayer.SeekTo(0);
+  EXPECT_EQ(ErrorOf([&] { delete wrongLayer.ReadObject(); }), kErrWrongClass);
+
+  XMemoryStream wrongType;
+  XOtherClass other;
+  wrongType.WriteObject(other);
+  wrongType.SeekTo(0);
+  EXPECT_EQ(ErrorOf([&] { wrongType.ReadObjectAs<XMemoryHandle>(); }), kErrWrongClass);
+
+  XMemoryStream truncated;
+  truncated.WriteVersion(XTestPoint::GetClassVersion());
+  truncated.WriteVersion(XTestPoint::GetClassVersion());
+  truncated.SeekTo(0);
+  EXPECT_EQ(ErrorOf([&] { delete truncated.ReadObject(); }), kErrEndOfStream);
+  EXPECT_EQ(truncated.GetLastClassCreated(), XVersion());  // popped on the way out
+}
+
+TEST(Registry, IsAFollowsInheritanceAndAliasesButNotVersions) {
+  XClassRegistry::RegisterInheritance(61001, 48);
+  XClassRegistry::RegisterInheritance(61002, 61001);
+  XClassRegistry::RegisterAlias(61003, 61002);
+  XClassRegistry::RegisterInheritance(61003, 61010);
+  EXPECT_TRUE(XVersion(61002, 5).IsA(XVersion(61001, 0)));
+  EXPECT_TRUE(XVersion(61003, 0).IsA(XVersion(48, 0)));
+  EXPECT_TRUE(XVersion(61003, 0).IsA(XVersion(61010, 0)));
+  EXPECT_FALSE(XVersion(61001, 0).IsA(XVersion(61002, 0)));
+  EXPECT_FALSE(XVersion(61002, 0).IsA(XVersion(61003, 0)));  // aliases point one way
+  EXPECT_TRUE(XVersion(61999, 3).IsA(XVersion(61999, 0)));   // unregistered: equal ids only
+  // A careless cycle must not hang the walk.
+  XClassRegistry::RegisterInheritance(61020, 61021);
+  XClassRegistry::RegisterInheritance(61021, 61020);
+  EXPECT_FALSE(XVersion(61020, 0).IsA(XVersion(48, 0)));
+}
+
+TEST(Registry, VersionWordPacking) {
+  EXPECT_EQ(XVersion(65559).GetClassID(), 23);
+  EXPECT_EQ(XVersion(65559).GetClassVersion(), 1);
+  EXPECT_EQ(XVersion(110, 2).GetValue(), 131182u);
+}
