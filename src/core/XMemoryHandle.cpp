@@ -37,24 +37,53 @@ struct XMemoryBlock {
   void Release() {
     if (itsMapping)
       ::munmap(itsMapping, itsMappingBytes);
+    else if (itsAnonymousMap)
+      ::munmap(itsData, itsCapacity);
     else
       std::free(itsData);
     itsMapping = nullptr;
     itsData = nullptr;
     itsCapacity = 0;
+    itsAnonymousMap = false;
   }
 
   // Sets the size, keeping the content up to the smaller size.
   void Reallocate(UInt64 inSize) {
     XAssert(!IsReadOnly());
     UInt64 capacity = (inSize + 15) & ~UInt64(15);
+    if (capacity >= kLargeBlockBytes)
+      capacity = (capacity + kLargeBlockBytes - 1) & ~(kLargeBlockBytes - 1);
     if (capacity != itsCapacity || !itsData) {
-      void* data = std::realloc(itsData, capacity ? capacity : 16);
-      if (!data) throw XException(kErrOutOfMemory, std::to_string(inSize) + " bytes");
-      itsData = static_cast<UInt8*>(data);
-      itsCapacity = capacity;
+      if (capacity >= kLargeBlockBytes || itsAnonymousMap)
+        ReallocateLarge(capacity);
+      else
+        ReallocateSmall(capacity);
     }
     itsSize = inSize;
+  }
+
+ private:
+  // Large blocks are mapped with huge pages where the system allows it: the
+  // first touch of a big volume then costs a few faults, not thousands.
+  static constexpr UInt64 kLargeBlockBytes = 2u << 20;
+  bool itsAnonymousMap = false;
+
+  void ReallocateSmall(UInt64 inCapacity) {
+    void* data = std::realloc(itsData, inCapacity ? inCapacity : 16);
+    if (!data) throw XException(kErrOutOfMemory, std::to_string(inCapacity) + " bytes");
+    itsData = static_cast<UInt8*>(data);
+    itsCapacity = inCapacity;
+  }
+
+  void ReallocateLarge(UInt64 inCapacity) {
+    void* data = ::mmap(nullptr, inCapacity, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+    if (data == MAP_FAILED) throw XException(kErrOutOfMemory, std::to_string(inCapacity) + " bytes");
+    ::madvise(data, inCapacity, MADV_HUGEPAGE);
+    if (itsData) std::memcpy(data, itsData, std::min(itsSize, inCapacity));
+    Release();
+    itsData = static_cast<UInt8*>(data);
+    itsCapacity = inCapacity;
+    itsAnonymousMap = true;
   }
 };
 
