@@ -1,0 +1,163 @@
+// Progress reports: the sink, rate limits, nesting and cancels.
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <thread>
+#include <vector>
+
+#include "core/XException.h"
+#include "core/XProgress.h"
+#include "core/XThread.h"
+
+namespace {
+
+struct Call {
+  UInt64 total, position;
+  XString message;
+};
+
+// Installs a recording sink for one test and restores the host's afterwards.
+class XProgressTest : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    itsPrevious = XProgress::SetSink([this](UInt64 inTotal, UInt64 inPosition, const XString& inMessage) {
+      itsCalls.push_back({inTotal, inPosition, inMessage});
+      return itsCalls.size() < itsCancelAtCall;
+    });
+  }
+  void TearDown() override { XProgress::SetSink(itsPrevious); }
+
+  std::vector<Call> itsCalls;
+  size_t itsCancelAtCall = SIZE_MAX;
+  XProgress::Sink itsPrevious;
+};
+
+int ErrorOf(const std::function<void()>& inCall) {
+  try {
+    inCall();
+  } catch (const XException& e) {
+    return e.GetErrorNumber();
+  }
+  return 0;
+}
+
+}  // namespace
+
+TEST_F(XProgressTest, ReportsNumbersAndClosesAtTheTotal) {
+  {
+    XProgress progress(10, kProgressStandard, 0, false);
+    progress.SetMessage("filtering");
+    progress.Increment();
+    progress.Increment(3);
+    progress.SetProgress(12);  // beyond the total is shown as the total
+    EXPECT_EQ(progress.GetProgress(), 12u);
+  }
+  ASSERT_EQ(itsCalls.size(), 4u);
+  EXPECT_EQ(itsCalls[0].position, 1u);
+  EXPECT_EQ(itsCalls[1].position, 4u);
+  EXPECT_EQ(itsCalls[2].position, 10u);
+  EXPECT_EQ(itsCalls[3].position, 10u);  // the closing report
+  EXPECT_EQ(itsCalls[0].total, 10u);
+  EXPECT_EQ(itsCalls[0].message, "filtering");
+}
+
+TEST_F(XProgressTest, RateLimitedAndSilentReportsStayQuiet) {
+  {
+    XProgress slow(100, kProgressStandard, 3600 * 1000, false);
+    for (int i = 0; i < 100; ++i) slow.Increment();
+    XProgress silent(100, "quiet", kProgressSilent, 0, false);
+    for (int i = 0; i < 100; ++i) silent.Increment();
+    EXPECT_EQ(silent.GetMessage(), "quiet");
+  }
+  EXPECT_TRUE(itsCalls.empty());  // and no closing report for reports never shown
+}
+
+TEST_F(XProgressTest, SinkCancelThrowsAndStaysUntilTheOutermostEnds) {
+  itsCancelAtCall = 2;
+  XProgress outer(5, kProgressStandard, 3600 * 1000, false);  // never due by itself
+  {
+    XProgress inner(100, kProgressStandard, 0, false);
+    inner.Increment();
+    EXPECT_EQ(ErrorOf([&] { inner.Increment(); }), kErrCancelled);
+    EXPECT_EQ(ErrorOf([&] { inner.YieldAndCheckAbort(); }), kErrCancelled);
+  }
+  // The cancel reaches the enclosing report too, though its sink call is not due.
+  EXPECT_EQ(ErrorOf([&] { outer.Increment(); }), kErrCancelled);
+  EXPECT_EQ(ErrorOf([&] { outer.SetProgress(3); }), kErrCancelled);
+  EXPECT_EQ(itsCalls.size(), 2u);  // no closing report for cancelled work
+}
+
+TEST_F(XProgressTest, ACancelEndsWithItsOutermostReport) {
+  itsCancelAtCall = 1;
+  {
+    XProgress first(3, kProgressStandard, 0, false);
+    EXPECT_EQ(ErrorOf([&] { first.Increment(); }), kErrCancelled);
+  }
+  itsCancelAtCall = SIZE_MAX;
+  XProgress second(3, kProgressStandard, 0, false);
+  EXPECT_NO_THROW(second.Increment());
+}
+
+TEST_F(XProgressTest, NestedReportsShowTheirOwnNumbersWithInheritedMessage) {
+  XProgress outer(4, "registering", kProgressStandard, 0, false);
+  EXPECT_EQ(XProgress::GetCurrent(), &outer);
+  {
+    XProgress inner(50, kProgressStandard, 0, false);
+    EXPECT_EQ(XProgress::GetCurrent(), &inner);
+    inner.SetProgress(25);
+    inner.SetMessage("smoothing");
+    inner.SetProgress(30);
+  }
+  EXPECT_EQ(XProgress::GetCurrent(), &outer);
+  outer.Increment();
+  ASSERT_EQ(itsCalls.size(), 4u);
+  EXPECT_EQ(itsCalls[0].total, 50u);
+  EXPECT_EQ(itsCalls[0].message, "registering");
+  EXPECT_EQ(itsCalls[1].message, "smoothing");
+  EXPECT_EQ(itsCalls[2].position, 50u);  // inner closes
+  EXPECT_EQ(itsCalls[3].total, 4u);
+  EXPECT_EQ(itsCalls[3].position, 1u);
+}
+
+TEST_F(XProgressTest, StoppedWorkerLeavesThroughItsProgress) {
+  class Worker : public XThread {
+   public:
+    ~Worker() override { StopThread(-1); }
+    std::atomic<bool> itsStarted{false};
+
+   protected:
+    SInt32 RunThreadSelf() override {
+      XProgress progress(0, kProgressStandard, 2000, false);
+      for (;;) {
+        progress.Increment();
+        itsStarted = true;
+      }
+    }
+  } worker;
+  worker.StartThread();
+  while (!worker.itsStarted) std::this_thread::yield();
+  ASSERT_TRUE(worker.StopThread(-1));
+  EXPECT_EQ(worker.GetLastThreadState(), kThreadCancelled);
+  EXPECT_EQ(worker.GetThreadReturnCode(), kErrCancelled);
+}
+
+TEST_F(XProgressTest, CancelWhileWaitingForAThreadStopsIt) {
+  class Sleeper : public XThread {
+   public:
+    ~Sleeper() override { StopThread(-1); }
+
+   protected:
+    SInt32 RunThreadSelf() override {
+      for (;;) {
+        TestCancelThread();
+        std::this_thread::yield();
+      }
+    }
+  } sleeper;
+  itsCancelAtCall = 1;
+  sleeper.StartThread();
+  EXPECT_EQ(ErrorOf([&] { sleeper.WaitForTerminateWithProgress("waiting"); }), kErrCancelled);
+  EXPECT_EQ(sleeper.GetLastThreadState(), kThreadCancelled);
+  ASSERT_FALSE(itsCalls.empty());
+  EXPECT_EQ(itsCalls[0].message, "waiting");
+}
