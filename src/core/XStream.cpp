@@ -162,6 +162,9 @@ void XStream::WriteObject(const XStorable& inObject, XStorable::XOptions inOptio
 XStorable* XStream::ReadObject(XStorable::XOptions inOptions) {
   XVersion version = ReadVersion();
   if (version.IsNull()) return nullptr;
+  // A crafted stream could nest objects until the stack overflows.
+  if (itsClassesCreated.size() >= kMaxObjectNesting)
+    throw XException(kErrBadStreamSize, "objects nested too deeply");
   PushClassCreated(version);
   struct Pop {
     XStream& s;

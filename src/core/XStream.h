@@ -16,6 +16,8 @@ class XStream {
   static constexpr UInt16 kCurrentStreamFormat = 2;
   // Bytes of the header: magic, order mark, info word.
   static constexpr UInt64 kStreamInfoBytes = 10;
+  // Objects within objects deeper than this are taken for a corrupt stream.
+  static constexpr size_t kMaxObjectNesting = 64;
 
   explicit XStream(XByteOrder inOrder = GetByteOrderFromPlatform()) : itsByteOrder(inOrder) {}
   virtual ~XStream() = default;

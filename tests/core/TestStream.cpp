@@ -241,6 +241,24 @@ TEST_F(ObjectStream, BadObjectsGiveNumberedErrors) {
   EXPECT_EQ(truncated.GetLastClassCreated(), XVersion());  // popped on the way out
 }
 
+// Reads one nested object per level, as containers of objects do.
+class XTestBox : public XTestPoint {
+ public:
+  static constexpr UInt16 kClassID = 60003;
+  XTestBox() = default;
+  explicit XTestBox(XStream& s) { delete s.ReadObject(); }
+  XVersion GetVersion() const override { return XVersion(kClassID, 0); }
+};
+
+TEST_F(ObjectStream, DeepNestingIsRefused) {
+  XClassRegistry::RegisterClass(XVersion(XTestBox::kClassID, 0), XStorable::GetClassVersion(),
+                                XStreamConstructorFactory<XTestBox>, nullptr, nullptr, "");
+  XMemoryStream s;
+  for (int i = 0; i < 100000; ++i) s.WriteVersion(XVersion(XTestBox::kClassID, 0));
+  s.SeekTo(0);
+  EXPECT_EQ(ErrorOf([&] { delete s.ReadObject(); }), kErrBadStreamSize);
+}
+
 TEST(Registry, IsAFollowsInheritanceAndAliasesButNotVersions) {
   XClassRegistry::RegisterInheritance(61001, 48);
   XClassRegistry::RegisterInheritance(61002, 61001);
