@@ -143,6 +143,7 @@ class X3DRect : public XStorable {
            front == r.front && back == r.back;
   }
   bool operator!=(const X3DRect& r) const { return !(*this == r); }
+  bool IsEqual(const X3DRect& r) const { return *this == r; }
 
   static XVersion GetClassVersion() { return XVersion(kClassID, 0); }
   static XVersion GetSuperClassVersion() { return XStorable::GetClassVersion(); }

@@ -427,6 +427,7 @@ class XRectT {
     return left == r.left && top == r.top && right == r.right && bottom == r.bottom;
   }
   bool operator!=(const XRectT& r) const { return !(*this == r); }
+  bool IsEqual(const XRectT& r) const { return *this == r; }
 
  private:
   static C CentreOf(C inLow, C inHigh) {

@@ -1,0 +1,47 @@
+// Renderers of 8-bit colour pixels in the two byte orders. They have no
+// colours of their own and no table; gain, gamma and balance act per channel.
+#pragma once
+
+#include "rendering/XImageRenderer.h"
+
+class XARGB32ImageRenderer : public XImageRenderer {
+ public:
+  static constexpr UInt16 kClassID = 12007;
+
+  XARGB32ImageRenderer() = default;
+  XARGB32ImageRenderer(const XARGB32ImageRenderer& inOther) = default;
+  explicit XARGB32ImageRenderer(XStream& inStream);
+  XARGB32ImageRenderer& operator=(const XARGB32ImageRenderer& inOther) = default;
+  ~XARGB32ImageRenderer() override = default;
+
+  static XVersion GetClassVersion() { return XVersion(kClassID, 0); }
+  static XVersion GetSuperClassVersion() { return XImageRenderer::GetClassVersion(); }
+  XVersion GetVersion() const override { return GetClassVersion(); }
+  XARGB32ImageRenderer* Clone() const override { return new XARGB32ImageRenderer(*this); }
+  void ReadStream2(XStream& inStream, XOptions inOptions = kReadAll) override;
+  void WriteStream2(XStream& inStream, XOptions inOptions = kReadAll) const override;
+
+ protected:
+  void ReadStream2_XARGB32ImageRenderer(XStream& inStream, XOptions inOptions);
+};
+
+class XBGRA32ImageRenderer : public XImageRenderer {
+ public:
+  static constexpr UInt16 kClassID = 12008;
+
+  XBGRA32ImageRenderer() = default;
+  XBGRA32ImageRenderer(const XBGRA32ImageRenderer& inOther) = default;
+  explicit XBGRA32ImageRenderer(XStream& inStream);
+  XBGRA32ImageRenderer& operator=(const XBGRA32ImageRenderer& inOther) = default;
+  ~XBGRA32ImageRenderer() override = default;
+
+  static XVersion GetClassVersion() { return XVersion(kClassID, 0); }
+  static XVersion GetSuperClassVersion() { return XImageRenderer::GetClassVersion(); }
+  XVersion GetVersion() const override { return GetClassVersion(); }
+  XBGRA32ImageRenderer* Clone() const override { return new XBGRA32ImageRenderer(*this); }
+  void ReadStream2(XStream& inStream, XOptions inOptions = kReadAll) override;
+  void WriteStream2(XStream& inStream, XOptions inOptions = kReadAll) const override;
+
+ protected:
+  void ReadStream2_XBGRA32ImageRenderer(XStream& inStream, XOptions inOptions);
+};

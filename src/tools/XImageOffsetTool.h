@@ -1,0 +1,60 @@
+// Subtracts a constant from every voxel: dest = src - offset, worked in float,
+// kept within the type's limits and truncated. Grey8 (and masks), Grey16, FP,
+// ARGB32 and RGB48; colours do red, green and blue and keep alpha.
+#pragma once
+
+#include "tools/X1To1VolumeTool.h"
+#include "tools/XClampTruncate.h"
+#include "volume/XColour.h"
+#include "tools/XScanHelperBase.h"
+
+// Scan helpers: one for the number types, one for the colours.
+template <class T>
+class XImageOffsetHelper : public XScanHelperBase {
+ public:
+  explicit XImageOffsetHelper(Float32 inOffset) : itsOffset(inOffset) {}
+  template <class V>
+  void ScanPixel(T* ioVoxel, V&, SInt32, SInt32, SInt32) {
+    *ioVoxel = XClampTruncate<T>(Float32(*ioVoxel) - itsOffset);
+  }
+
+ private:
+  Float32 itsOffset;
+};
+
+template <class C>
+class XImageOffsetColourHelper : public XScanHelperBase {
+ public:
+  using Channel = decltype(C().red);
+  explicit XImageOffsetColourHelper(Float32 inOffset) : itsOffset(inOffset) {}
+  template <class V>
+  void ScanPixel(C* ioVoxel, V&, SInt32, SInt32, SInt32) {
+    ioVoxel->red = XClampTruncate<Channel>(Float32(ioVoxel->red) - itsOffset);
+    ioVoxel->green = XClampTruncate<Channel>(Float32(ioVoxel->green) - itsOffset);
+    ioVoxel->blue = XClampTruncate<Channel>(Float32(ioVoxel->blue) - itsOffset);
+  }
+
+ private:
+  Float32 itsOffset;
+};
+
+class XImageOffsetTool : public X1To1VolumeTool {
+ public:
+  explicit XImageOffsetTool(Float32 inOffset) : itsOffset(inOffset) {}
+  ~XImageOffsetTool() override;
+
+  Float32 GetOffset() const { return itsOffset; }
+
+ protected:
+  void ApplyToolGrey8(const XGrey8Volume& inSource, XVolume& ioDest) override;
+  void ApplyToolGrey16(const XGrey16Volume& inSource, XVolume& ioDest) override;
+  void ApplyToolFP(const XFPVolume& inSource, XVolume& ioDest) override;
+  void ApplyToolARGB32(const XARGB32Volume& inSource, XVolume& ioDest) override;
+  void ApplyToolRGB48(const XRGB48Volume& inSource, XVolume& ioDest) override;
+
+ private:
+  template <class V, class Helper>
+  void Run(const XVolume& inSource, XVolume& ioDest);
+
+  Float32 itsOffset;
+};

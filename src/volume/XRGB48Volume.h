@@ -1,0 +1,4 @@
+// One header for the three colour volume classes.
+#pragma once
+
+#include "volume/XColourVolumes.h"

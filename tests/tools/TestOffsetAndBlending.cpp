@@ -1,0 +1,115 @@
+// XImageOffsetTool and XHardLightImageBlendingTool: float arithmetic brought
+// back into each type (clamped at both ends, truncated), alpha kept, the
+// weights' bounds limiting the blend, and the types refused.
+#include <gtest/gtest.h>
+
+#include <limits>
+#include <memory>
+#include <vector>
+
+#include "SimpleToolsTestSupport.h"
+#include "tools/XHardLightImageBlendingTool.h"
+#include "tools/XImageOffsetTool.h"
+
+using namespace simpletools;
+
+namespace {
+
+using ARGB = XARGB32Colour;
+using RGB48 = XRGB48Colour;
+
+}  // namespace
+
+// ---------------------------------------------------------------- offset
+
+TEST_F(SimpleToolTest, OffsetClampsIntegerTypesAtBothEndsAndTruncates) {
+  XImageOffsetTool down(10.0f), up(-10.0f), half(0.5f);
+  EXPECT_EQ(ApplyToRow<XGrey8Volume>(down, {0, 5, 10, 100, 255}), (std::vector<UInt8>{0, 0, 0, 90, 245}));
+  EXPECT_EQ(ApplyToRow<XGrey8Volume>(up, {0, 245, 246, 255}), (std::vector<UInt8>{10, 255, 255, 255}));
+  EXPECT_EQ(ApplyToRow<XGrey8Volume>(half, {0, 1, 10, 255}), (std::vector<UInt8>{0, 0, 9, 254}));
+  EXPECT_EQ(ApplyToRow<XMaskVolume>(down, {255, 0}), (std::vector<UInt8>{245, 0}));
+  EXPECT_EQ(ApplyToRow<XGrey16Volume>(up, {0, 65525, 65535}), (std::vector<UInt16>{10, 65535, 65535}));
+  EXPECT_EQ(ApplyToRow<XGrey16Volume>(half, {0, 65535}), (std::vector<UInt16>{0, 65534}));
+}
+
+TEST_F(SimpleToolTest, OffsetOnFloatsGoesBelowZeroAndColoursKeepAlpha) {
+  XImageOffsetTool tool(1.5f), huge(-std::numeric_limits<Float32>::max());
+  const Float32 top = std::numeric_limits<Float32>::max();
+  EXPECT_EQ(ApplyToRow<XFPVolume>(tool, {0.0f, 2.25f, -1e30f}), (std::vector<Float32>{-1.5f, 0.75f, -1e30f}));
+  EXPECT_EQ(ApplyToRow<XFPVolume>(huge, {top}), (std::vector<Float32>{top}));  // inf is clamped
+
+  XImageOffsetTool down(20.0f), up(-100.5f);
+  EXPECT_EQ(ApplyToRow<XARGB32Volume>(down, {ARGB(77, 10, 20, 255), ARGB(0, 21, 0, 0)}),
+            (std::vector<ARGB>{ARGB(77, 0, 0, 235), ARGB(0, 1, 0, 0)}));
+  EXPECT_EQ(ApplyToRow<XRGB48Volume>(up, {RGB48(0, 65435, 65535)}), (std::vector<RGB48>{RGB48(100, 65535, 65535)}));
+}
+
+TEST_F(SimpleToolTest, OffsetRefusesBGRA32AndGrey32) {
+  XImageOffsetTool tool(1.0f);
+  XBGRA32Volume bgra(2, 2, 1);
+  XGrey32Volume labels(2, 2, 1);
+  EXPECT_EQ(ErrorOf([&] { tool.ApplyToolInPlace(bgra); }), kErrNotForPixelType);
+  EXPECT_EQ(ErrorOf([&] { tool.ApplyToolInPlace(labels); }), kErrNotForPixelType);
+}
+
+// ---------------------------------------------------------------- hard light
+
+namespace {
+
+// Weights w everywhere over inBox.
+std::unique_ptr<XFPVolume> Weights(const X3DRect& inBox, Float32 w) {
+  auto weights = std::make_unique<XFPVolume>(inBox);
+  FillWith(*weights, [w](SInt32, SInt32, SInt32) { return w; });
+  return weights;
+}
+
+}  // namespace
+
+TEST_F(SimpleToolTest, HardLightScalesOnlyBelowTheThreshold) {
+  auto half = Weights(X3DRect(5, 1, 1), 0.5f);
+  XHardLightImageBlendingTool tool(*half, 128.0);
+  // 127 is below and halves (truncated); 128 is at the threshold and stays.
+  EXPECT_EQ(ApplyToRow<XGrey8Volume>(tool, {0, 101, 127, 128, 255}), (std::vector<UInt8>{0, 50, 63, 128, 255}));
+
+  auto triple = Weights(X3DRect(3, 1, 1), 3.0f);
+  XHardLightImageBlendingTool bright(*triple, 1000.0);
+  EXPECT_EQ(ApplyToRow<XGrey8Volume>(bright, {1, 85, 86}), (std::vector<UInt8>{3, 255, 255}));
+  EXPECT_EQ(ApplyToRow<XGrey16Volume>(bright, {999, 1000, 65535}), (std::vector<UInt16>{2997, 1000, 65535}));
+
+  auto negative = Weights(X3DRect(2, 1, 1), -1.0f);
+  XHardLightImageBlendingTool dark(*negative, 1e9);
+  EXPECT_EQ(ApplyToRow<XGrey16Volume>(dark, {0, 500}), (std::vector<UInt16>{0, 0}));  // clamped at 0
+  EXPECT_EQ(ApplyToRow<XFPVolume>(dark, {0.5f, -2.0f}), (std::vector<Float32>{-0.5f, 2.0f}));
+}
+
+TEST_F(SimpleToolTest, HardLightOnColoursActsPerChannel) {
+  auto weights = Weights(X3DRect(2, 1, 1), 0.5f);
+  XHardLightImageBlendingTool tool(*weights, 100.0);
+  EXPECT_EQ(ApplyToRow<XARGB32Volume>(tool, {ARGB(3, 50, 100, 255), ARGB(255, 99, 1, 0)}),
+            (std::vector<ARGB>{ARGB(3, 25, 100, 255), ARGB(255, 49, 0, 0)}));
+  EXPECT_EQ(ApplyToRow<XRGB48Volume>(tool, {RGB48(99, 100, 65535)}), (std::vector<RGB48>{RGB48(49, 100, 65535)}));
+}
+
+TEST_F(SimpleToolTest, HardLightVisitsOnlyTheWeightsBounds) {
+  // Weights over x 1..2 and z 1 of a 4 x 2 x 2 volume placed at (10, 0, 0).
+  XGrey8Volume volume(X3DRect(10, 0, 0, 14, 2, 2));
+  FillWith(volume, [](SInt32, SInt32, SInt32) { return UInt8(40); });
+  XFPVolume weights(X3DRect(11, 0, 1, 13, 5, 3));  // reaches past the volume too
+  FillWith(weights, [](SInt32 x, SInt32, SInt32) { return Float32(x - 10); });
+  XHardLightImageBlendingTool(weights, 255.0).ApplyToolInPlace(volume);
+  for (SInt32 z = 0; z < 2; ++z)
+    for (SInt32 y = 0; y < 2; ++y)
+      for (SInt32 x = 10; x < 14; ++x) {
+        const bool inside = z == 1 && (x == 11 || x == 12);
+        EXPECT_EQ(VoxelAt(volume, x, y, z), inside ? 40 * (x - 10) : 40) << x << " " << y << " " << z;
+      }
+}
+
+TEST_F(SimpleToolTest, HardLightRefusesBGRA32AndGrey32) {
+  auto weights = Weights(X3DRect(2, 2, 1), 1.0f);
+  XHardLightImageBlendingTool tool(*weights, 1.0);
+  XBGRA32Volume bgra(2, 2, 1);
+  XGrey32Volume labels(2, 2, 1);
+  EXPECT_EQ(ErrorOf([&] { tool.ApplyToolInPlace(bgra); }), kErrNotForPixelType);
+  EXPECT_EQ(ErrorOf([&] { tool.ApplyToolInPlace(labels); }), kErrNotForPixelType);
+}
