@@ -46,7 +46,8 @@ void XInvertVolumeTool::ApplyToolRGB48(const XRGB48Volume& inSource, XVolume& io
 void XInvertVolumeTool::ApplyToolFP(const XFPVolume& inSource, XVolume& ioDest) {
   CopySourceIntoDest(inSource, ioDest);
   DefaultMaximum(inSource.FindMax());
-  // The float map needs the true maximum: it is not truncated like the integer ones.
-  XInvertHelperFP helper(itsMaximum, inSource.FindMin());
+  // Every helper takes the maximum truncated to an integer, the float one
+  // too: a fractional maximum thus maps [min, max] only nearly onto [0, 1].
+  XInvertHelperFP helper(std::trunc(itsMaximum), inSource.FindMin());
   XScanVolume(DestAs<XFPVolume>(ioDest), nullptr, helper);
 }
