@@ -1,6 +1,5 @@
 #include "tools/XInvertVolumeTool.h"
 
-#include <cmath>
 #include <limits>
 
 #include "tools/XScanLoop.h"
@@ -46,8 +45,9 @@ void XInvertVolumeTool::ApplyToolRGB48(const XRGB48Volume& inSource, XVolume& io
 void XInvertVolumeTool::ApplyToolFP(const XFPVolume& inSource, XVolume& ioDest) {
   CopySourceIntoDest(inSource, ioDest);
   DefaultMaximum(inSource.FindMax());
-  // Every helper takes the maximum truncated to an integer, the float one
-  // too: a fractional maximum thus maps [min, max] only nearly onto [0, 1].
-  XInvertHelperFP helper(std::trunc(itsMaximum), inSource.FindMin());
+  // The integer helpers take the maximum truncated to their type; the float
+  // form maps [min, max] onto [1, 0] and needs the true maximum, or data
+  // normalised below 1 would divide by zero.
+  XInvertHelperFP helper(itsMaximum, inSource.FindMin());
   XScanVolume(DestAs<XFPVolume>(ioDest), nullptr, helper);
 }

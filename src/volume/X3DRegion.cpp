@@ -151,8 +151,10 @@ void X3DRegion::SetMaskFromVolume(const XMaskVolume& inMask, const X3DRect& inRe
   X3DRect box = inMask.GetBounds();
   if (inRect != box) box.Sect(inRect);
   itsBounds = box;
-  if (box.IsEmptyOrInsideOut())
+  if (box.IsEmptyOrInsideOut()) {
+    itsBounds = X3DRect();  // an empty region is the empty box at the origin
     ReplaceMask(nullptr);
+  }
   else if (box == inMask.GetBounds())
     ReplaceMask(std::make_unique<XMaskVolume>(inMask));
   else
@@ -670,11 +672,17 @@ void X3DRegion::ReadStreamSelf(XStream& inStream, const XVersion& inTag, XOption
       mask = inStream.ReadObjectAs<XMaskVolume>(kReadAll);
     } else {
       // Version 0 stored the mask as an object of an older class: read
-      // whatever volume the stream names and convert it to a mask.
+      // whatever volume the stream names and convert it to a mask of the box.
       ExpectObjectOf(inStream, XVolume::GetClassVersion());
       std::unique_ptr<XVolume> old = inStream.ReadObjectAs<XVolume>(kReadAll);
-      mask = std::make_unique<XMaskVolume>(old->GetBounds());
-      old->CopyOut(*mask, old->GetBounds(), old->GetBounds(), nullptr);
+      // The box must not ask for more voxels than the stream carried.
+      if (box->GetVolume() > old->GetBounds().GetVolume())
+        throw XException(kErrBadStreamSize, "region box larger than its mask");
+      mask = std::make_unique<XMaskVolume>(*box);
+      mask->Clear();
+      X3DRect overlap = old->GetBounds();
+      overlap.Sect(*box);
+      if (!overlap.IsEmptyOrInsideOut()) old->CopyOut(*mask, overlap, overlap, nullptr);
     }
     // Everything that walks the mask relies on it covering the box exactly.
     if (mask->GetBounds() != *box) throw XException(kErrBadStreamSize, "region mask does not match its box");

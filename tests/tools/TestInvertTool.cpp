@@ -77,14 +77,13 @@ TEST_F(InvertToolTest, FloatsMapMinimumToOneAndMaximumToZero) {
   EXPECT_FLOAT_EQ(At(fp, 2, 0, 0), 0.6f);
   EXPECT_EQ(tool.GetMaximum(), 10.0);
 
-  // The helper takes the maximum truncated: 2.5 works as 2.
-  XFPVolume fractional(2, 1, 1);
-  FillWith(fractional, [](SInt32 x, SInt32, SInt32) { return x == 0 ? 0.5f : 2.5f; });
+  // Normalised data: a maximum below 1 is used as it is.
+  XFPVolume normalised(2, 1, 1);
+  FillWith(normalised, [](SInt32 x, SInt32, SInt32) { return x == 0 ? 0.2f : 0.8f; });
   XInvertVolumeTool second;
-  second.ApplyToolInPlace(fractional);
-  EXPECT_FLOAT_EQ(At(fractional, 0, 0, 0), 1.0f);
-  EXPECT_FLOAT_EQ(At(fractional, 1, 0, 0), 0.0f);  // 1 - (2.5 / 2 - 0.5 / 2)
-  EXPECT_EQ(second.GetMaximum(), 2.5);
+  second.ApplyToolInPlace(normalised);
+  EXPECT_FLOAT_EQ(At(normalised, 0, 0, 0), 1.0f);
+  EXPECT_FLOAT_EQ(At(normalised, 1, 0, 0), 0.25f);  // 1 - (0.8 / 0.8 - 0.2 / 0.8)
 }
 
 TEST_F(InvertToolTest, BGRAAndGrey32AreRefused) {

@@ -595,6 +595,22 @@ TEST_F(RegionTest, VersionZeroConvertsTheOlderMaskObject) {
   EXPECT_EQ(typeid(*region->GetMask()), typeid(XMaskVolume));
   EXPECT_TRUE(Matches(*region, X3DRect(0, 0, 0, 3, 1, 1), [](SInt32 x, SInt32, SInt32) { return x != 1; }));
 
+  // An older mask wider than the box is cut to it; a box wider than the
+  // mask asks for voxels the stream never held.
+  auto version0 = [&](const X3DRect& inBox) {
+    XMemoryStream s;
+    s.WriteVersion(XVersion(109, 0));
+    s.WriteVersion(XVersion(109, 0));
+    s.WriteObject(inBox);
+    s.Write8(1);
+    s.WriteObject(old);
+    s.SeekTo(0);
+    return s.ReadObjectAs<X3DRegion>();
+  };
+  std::unique_ptr<X3DRegion> cut = version0(X3DRect(1, 0, 0, 3, 1, 1));
+  EXPECT_TRUE(Matches(*cut, X3DRect(1, 0, 0, 3, 1, 1), [](SInt32 x, SInt32, SInt32) { return x == 2; }));
+  EXPECT_EQ(ErrorOf([&] { version0(X3DRect(0, 0, 0, 300, 300, 300)); }), kErrBadStreamSize);
+
   // Version 0 and simple: box and flag only.
   std::vector<UInt8> simple =
       Bytes().U32(109).U32(109).U32(100).U32(100).U32(0).U32(1).U32(0).U32(1).U32(0).U32(1).U8(0).Get();
