@@ -42,6 +42,10 @@ void XGrey8Volume::ReadStream2(XStream& inStream, XOptions inOptions) {
 }
 
 void XGrey8Volume::ReadStream2_XGrey8Volume(XStream& inStream, XOptions inOptions) {
+  // Only the stream constructor knows the lossy grey form; to the layer
+  // readers its body holds no tags, which is a stream of another class.
+  if (GetStreamForm(inStream) == kLossyForm)
+    throw XException(kErrWrongClass, "the lossy grey form is read by the stream constructor");
   ReadStream2_XIntegerVolume(inStream, inOptions);
   ReadGrey8Layer(inStream, inOptions);
   AdoptLegacyLUT(TakeLegacyLUT(), XRendererKind::kGrey8);

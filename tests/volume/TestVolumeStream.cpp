@@ -393,6 +393,11 @@ TEST_F(VolumeStream, Grey8PreReadStreamAnswersToTheColourId) {
   EXPECT_FALSE(volume.PreReadStream(in, XVersion(12100, 1), XStorable::kReadAll));
   EXPECT_EQ(volume.GetBounds(), X3DRect(0, 0, 0, 1, 1, 1));
   EXPECT_EQ(in.GetRemaining(), 0u);
+
+  // Read header-only, the grey form goes to the versioned reader, whose
+  // layer readers find no tags: an error, not an empty volume.
+  XMemoryStream headerOnly(stream.GetBuffer(), stream.GetExtent());
+  EXPECT_EQ(ErrorOf([&] { headerOnly.ReadObjectAs<XGrey8Volume>(XStorable::kReadHeaderOnly); }), kErrWrongClass);
 }
 
 TEST_F(VolumeStream, LossyFormWithoutACoderIsAnError) {
