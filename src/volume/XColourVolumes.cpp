@@ -45,11 +45,14 @@ XARGB32Volume::XARGB32Volume(const X3DRect& inBounds) : XPackedVolume<XARGB32Col
   AttachPlaneRenderer(XMakePlaneRenderer(XRendererKind::kARGB32));
 }
 
-XARGB32Volume::XARGB32Volume(XStream& inStream) : XPackedVolume<XARGB32Colour>(inStream) {
+XARGB32Volume::XARGB32Volume(XStream& inStream, bool inSkipData) : XPackedVolume<XARGB32Colour>(inStream) {
   // The lossy colour form comes here through the registry's stream
   // constructor as well as through PreReadStream.
-  if (GetStreamForm(inStream) == kLossyForm)
-    ReadLossyBody(inStream, true);
+  XStreamForm form = GetStreamForm(inStream);
+  if (form == kLossyForm)
+    ReadLossyBody(inStream, !inSkipData);
+  else if (form == kLegacyLossyForm)
+    ReadARGB32ImageStream(inStream, inSkipData);
   else
     ReadARGB32Layer(inStream, kReadAll);
   AttachPlaneRenderer(XMakePlaneRenderer(XRendererKind::kARGB32));
@@ -69,13 +72,20 @@ void XARGB32Volume::ReadARGB32Layer(XStream& inStream, XOptions) {
   if (GetStreamForm(inStream) == kLayeredForm) CheckClassVersion(ReadClassVersion(inStream), GetClassVersion());
 }
 
+void XARGB32Volume::ReadARGB32ImageStream(XStream& inStream, bool inHeaderOnly) {
+  ReadLegacyLossyImage(inStream, inHeaderOnly);
+}
+
 void XARGB32Volume::ReadStream2(XStream& inStream, XOptions inOptions) {
   ReadStream2_XARGB32Volume(inStream, inOptions);
 }
 
 void XARGB32Volume::ReadStream2_XARGB32Volume(XStream& inStream, XOptions inOptions) {
   ReadStream2_XPackedVolume(inStream, inOptions);
-  ReadARGB32Layer(inStream, inOptions);
+  if (GetStreamForm(inStream) == kLegacyLossyForm)
+    ReadARGB32ImageStream(inStream, inOptions == kReadHeaderOnly);
+  else
+    ReadARGB32Layer(inStream, inOptions);
 }
 
 void XARGB32Volume::WriteStream2(XStream& inStream, XOptions inOptions) const {

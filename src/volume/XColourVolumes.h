@@ -13,7 +13,10 @@ class XARGB32Volume : public XPackedVolume<XARGB32Colour> {
   XARGB32Volume(UInt32 inWidth, UInt32 inHeight, UInt32 inDepth);
   explicit XARGB32Volume(const X3DRect& inBounds);
   XARGB32Volume(const XARGB32Volume& inOther) = default;
-  explicit XARGB32Volume(XStream& inStream);
+  // Reads every stored form: layered, the lossy colour form and the older
+  // colour image 514; with inSkipData the coded image is left undecoded
+  // where its length allows.
+  explicit XARGB32Volume(XStream& inStream, bool inSkipData = false);
 
   static XVersion GetClassVersion() { return XVersion(kClassID, 1); }
   static XVersion GetSuperClassVersion() { return XPackedVolume<XARGB32Colour>::GetClassVersion(); }
@@ -32,6 +35,9 @@ class XARGB32Volume : public XPackedVolume<XARGB32Colour> {
   void ReadStream2(XStream& inStream, XOptions inOptions = kReadAll) override;
   void WriteStream2(XStream& inStream, XOptions inOptions = kReadAll) const override;
   void ReadStream2_XARGB32Volume(XStream& inStream, XOptions inOptions = kReadAll);
+  // The older colour image (id 514): rectangle bounds, then for versions
+  // from 2 a length and the coded image, before that the coded image alone.
+  void ReadARGB32ImageStream(XStream& inStream, bool inHeaderOnly);
   void WriteStreamSelf(XStream& inStream) const;
   // Reads the lossy colour form (class 12100) and returns false; true for any other.
   bool PreReadStream(XStream& inStream, const XVersion& inVersion, XOptions inOptions) override;

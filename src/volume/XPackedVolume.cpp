@@ -138,7 +138,8 @@ void XPackedVolume<T>::ReadPackedLayer(XStream& inStream, XOptions inOptions) {
       ReadPackedImageStream(inStream, inOptions);
       break;
     case kLossyForm:
-      break;
+    case kLegacyLossyForm:
+      break;  // the concrete class reads the coded image
     case kLayeredForm: {
       XVersion tag = ReadClassVersion(inStream);
       CheckClassVersion(tag, GetClassVersion());
@@ -254,6 +255,26 @@ void XPackedVolume<T>::ReadLossyBody(XStream& inStream, bool inDecode) {
   Allocate();
   if (inDecode) XDecodeLossyVolume(inStream, *this);
   inStream.SeekTo(position + length);
+}
+
+template <class T>
+void XPackedVolume<T>::ReadLegacyLossyImage(XStream& inStream, bool inHeaderOnly) {
+  itsRowVoxels = GetWidth();
+  if (GetBounds().IsEmpty()) {
+    Allocate();
+    return;
+  }
+  // Versions from 2 give the coded image's length; older ones do not, and
+  // their image is always decoded, since only decoding finds its end.
+  const bool hasLength = inStream.GetLastClassCreated().GetClassVersion() >= 2;
+  UInt64 length = hasLength ? inStream.Read32() : inStream.GetRemaining();
+  UInt64 position = inStream.GetPosition();
+  inStream.CheckReadable(length);
+  if (GetBounds().GetVolume() > length * kMaxLossyVoxelsPerByte + kLossyVoxelAllowance)
+    throw XException(kErrBadStreamSize, "coded image too short for the volume");
+  Allocate();
+  if (!hasLength || !inHeaderOnly) XDecodeLossyVolume(inStream, *this);
+  if (hasLength) inStream.SeekTo(position + length);
 }
 
 template <class T>

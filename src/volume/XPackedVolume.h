@@ -205,6 +205,8 @@ class XPackedVolume : public XBasePackedVolume {
   // The lossy form, behind its class word: the header fields, then the
   // length-prefixed coded image (see XLossyVolumeCodec.h).
   void ReadLossyBody(XStream& inStream, bool inDecode);
+  // The coded image of the older colour form, behind its rectangle.
+  void ReadLegacyLossyImage(XStream& inStream, bool inHeaderOnly);
   void WriteLossyForm(XStream& inStream, UInt16 inClassID, SInt32 inQuality) const;
 
   UInt32 itsRowVoxels = 0;

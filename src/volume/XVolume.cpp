@@ -18,6 +18,7 @@ constexpr const char* kTrackerKind = "XVolume";
 constexpr UInt16 kRectClassID = 34;
 constexpr UInt16 kLossyColourID = 12100;
 constexpr UInt16 kLossyGreyID = 12101;
+constexpr UInt16 kLegacyLossyColourID = 514;
 
 }  // namespace
 
@@ -68,6 +69,7 @@ XVolume::XStreamForm XVolume::GetStreamForm(const XStream& inStream) {
   XVersion creating = inStream.GetLastClassCreated();
   if (creating.IsNull()) return kLayeredForm;
   if (creating.GetClassID() == kLossyColourID || creating.GetClassID() == kLossyGreyID) return kLossyForm;
+  if (creating.GetClassID() == kLegacyLossyColourID) return kLegacyLossyForm;
   if (creating.IsA(XVersion(kLegacyImageRootID, 0))) return kLegacyImageForm;
   return kLayeredForm;
 }
@@ -77,6 +79,7 @@ void XVolume::ReadStream2(XStream& inStream, XOptions inOptions) { ReadStream2_X
 void XVolume::ReadStream2_XVolume(XStream& inStream, XOptions) {
   switch (GetStreamForm(inStream)) {
     case kLegacyImageForm:
+    case kLegacyLossyForm:
       ReadImageStream(inStream);
       break;
     case kLossyForm:

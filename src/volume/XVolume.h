@@ -147,7 +147,9 @@ class XVolume : public XStorable, public XLockable {
 
  protected:
   // What the class now being created from a stream says about its form.
-  enum XStreamForm { kLayeredForm, kLegacyImageForm, kLossyForm };
+  // The legacy lossy form is the older colour image id 514: a rectangle,
+  // then a coded image.
+  enum XStreamForm { kLayeredForm, kLegacyImageForm, kLossyForm, kLegacyLossyForm };
   static XStreamForm GetStreamForm(const XStream& inStream);
 
   void SetBounds(const X3DRect& inBounds) { itsBounds = inBounds; }

@@ -489,3 +489,33 @@ TEST_F(VolumeStream, ImpossibleSizesAreRefusedBeforeAllocating) {
   lossy.U32(100000).U32(4).U32(0);
   EXPECT_EQ(ErrorOf([&] { ReadFromBytes<XGrey8Volume>(lossy.Get()); }), kErrBadStreamSize);
 }
+
+TEST_F(VolumeStream, OlderColourImageCarriesARectangleAndACodedImage) {
+  FakeCodec codec;
+  const XARGB32Colour pixels[2] = {XARGB32Colour(255, 1, 2, 3), XARGB32Colour(255, 4, 5, 6)};
+  auto imageBytes = [&](UInt16 inVersion) {
+    Bytes b;
+    b.U32(XVersion(514, inVersion).GetValue()).U32(34).U32(34).U32(10).U32(20).U32(21).U32(12);
+    Bytes coded;
+    coded.U32(75);
+    for (const auto& p : pixels) coded.U8(p.alpha).U8(p.red).U8(p.green).U8(p.blue);
+    if (inVersion >= 2) b.U32(UInt32(coded.Get().size()));
+    for (UInt8 byte : coded.Get()) b.U8(byte);
+    return b.U32(0xC0FFEE).Get();
+  };
+  for (UInt16 version : {UInt16(1), UInt16(2)}) {
+    std::vector<UInt8> bytes = imageBytes(version);
+    XMemoryStream in(bytes.data(), bytes.size());
+    std::unique_ptr<XARGB32Volume> image = in.ReadObjectAs<XARGB32Volume>();
+    EXPECT_EQ(image->GetBounds(), X3DRect(10, 20, 0, 12, 21, 1));
+    XLock lock(*image, kLockRead);
+    EXPECT_EQ(image->GetVoxel(11, 20, 0).GetARGB(), pixels[1].GetARGB());
+    EXPECT_EQ(in.Read32(), 0xC0FFEEu);
+  }
+  // With a length the image can be stepped over.
+  std::vector<UInt8> bytes = imageBytes(2);
+  XMemoryStream headerOnly(bytes.data(), bytes.size());
+  std::unique_ptr<XARGB32Volume> skipped = headerOnly.ReadObjectAs<XARGB32Volume>(XStorable::kReadHeaderOnly);
+  EXPECT_EQ(skipped->GetWidth(), 2u);
+  EXPECT_EQ(headerOnly.Read32(), 0xC0FFEEu);
+}
