@@ -265,12 +265,9 @@ TEST_F(VolumeStream, LegacyImagesOfEveryAlias) {
   auto g16 = ReadFromBytes<XGrey16Volume>(grey16.Get(), kBigEndian);
   EXPECT_EQ(VoxelAt(*g16, 1, 0, 0), 0xABCD);
 
-  for (UInt32 id : {1u, 514u}) {
-    Bytes argb;
-    argb.U32(id).U32(0).U32(0).U32(1).U32(1).U8(1).Handle({1, 2, 3, 4});
-    auto colour = ReadFromBytes<XARGB32Volume>(argb.Get());
-    EXPECT_EQ(VoxelAt(*colour, 0, 0, 0), XARGB32Colour(1, 2, 3, 4)) << id;
-  }
+  Bytes argb;  // 514, the coded colour image, has a test of its own
+  argb.U32(1).U32(0).U32(0).U32(1).U32(1).U8(1).Handle({1, 2, 3, 4});
+  EXPECT_EQ(VoxelAt(*ReadFromBytes<XARGB32Volume>(argb.Get()), 0, 0, 0), XARGB32Colour(1, 2, 3, 4));
   Bytes rgb48;
   rgb48.U32(6).U32(0).U32(0).U32(1).U32(1).U8(1).Handle({1, 0, 2, 0, 3, 0});
   EXPECT_EQ(VoxelAt(*ReadFromBytes<XRGB48Volume>(rgb48.Get()), 0, 0, 0), XRGB48Colour(1, 2, 3));
