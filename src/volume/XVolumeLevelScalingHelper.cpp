@@ -26,7 +26,13 @@ XVolumeLevelScalingHelper::XVolumeLevelScalingHelper(const X3DRect& inBounds, co
 }
 
 void XVolumeLevelScalingHelper::UpdateMaxAnisotropy() {
-  auto exponent = [](Float32 inScale) { return SInt32(std::lround(std::log2(Float64(inScale)))); };
+  // The exponent of the power of two nearest the scale by value: 2.9 is
+  // nearer 2 than 4. Scales are at least 1 here.
+  auto exponent = [](Float32 inScale) {
+    SInt32 low = SInt32(std::floor(std::log2(Float64(inScale))));
+    Float64 below = std::ldexp(1.0, low), above = std::ldexp(1.0, low + 1);
+    return inScale - below <= above - inScale ? low : low + 1;
+  };
   itsMaxAnisotropy = X3DPoint(exponent(itsScale.x), exponent(itsScale.y), exponent(itsScale.z));
   const X3DPoint& a = itsMaxAnisotropy;
   XAssert(a.x >= 0 && a.y >= 0 && a.z >= 0);

@@ -236,6 +236,9 @@ TEST_F(NumberVolume, LevelHelperHalvesTheShortAxesFirst) {
   // Far edges round up: 1000 / 8 = 125, 100 / 2 = 50, -3 >> 3 = -1.
   EXPECT_EQ(helper.GetBoundsOfLevel(-3), X3DRect(-1, 0, 0, 125, 125, 50));
   EXPECT_EQ(helper.GetBoundsOfLevel(-1), X3DRect(-2, 0, 0, 500, 500, 100));
+  // The nearest power of two by value: 2.9 goes to 2, 3.1 to 4.
+  XVolumeLevelScalingHelper odd(X3DRect(0, 0, 0, 8, 8, 8), X3DPointF(1.0f, 2.9f, 3.1f));
+  EXPECT_EQ(odd.GetMaxAnisotropy(), X3DPoint(0, 1, 2));
 
   XGrey8Volume big(256, 256, 64);  // 2^22 voxels: one level of 8 brings it below 2^20
   big.SetZCalibration(4.0);
