@@ -9,7 +9,6 @@
 #include "core/XRefCountable.h"
 #include "core/XResourceTracker.h"
 #include "core/XTime.h"
-#include "core/XTimer.h"
 
 namespace {
 
@@ -22,17 +21,12 @@ struct Counted {
 };
 int Counted::sLive = 0;
 
-struct DerivedCounted : Counted {
-  using Counted::Counted;
-};
-
 struct Shared : XRefCountable {
   Shared() { ++sLive; }
   ~Shared() override { --sLive; }
   static int sLive;
 };
 int Shared::sLive = 0;
-struct SharedChild : Shared {};
 
 }  // namespace
 
@@ -40,34 +34,25 @@ TEST(XPtrVector, OwnsItsObjects) {
   {
     XPtrVector<Counted> items;
     items.push_back(new Counted(1));
-    items.push_back(std::make_unique<DerivedCounted>(2));
+    items.push_back(std::make_unique<Counted>(2));
     items.emplace_back(3);
     items.push_back(nullptr);
     EXPECT_EQ(Counted::sLive, 3);
-    EXPECT_EQ(items.size(), 4u);
-    EXPECT_EQ(items[1]->itsValue, 2);
-
     items.erase(size_t(0));  // deletes
     EXPECT_EQ(Counted::sLive, 2);
     EXPECT_EQ(items[0]->itsValue, 2);
-
     std::unique_ptr<Counted> released(items.Release(0));  // gives up ownership
+    items.Replace(0, new Counted(4));                      // deletes the 3
+    EXPECT_EQ(Counted::sLive, 2);
     EXPECT_EQ(items.size(), 2u);
-    EXPECT_EQ(Counted::sLive, 2);
-
-    items.Replace(0, new Counted(4));  // deletes the 3
-    EXPECT_EQ(Counted::sLive, 2);
-    int sum = 0;
-    for (Counted* c : items) sum += c ? c->itsValue : 0;
-    EXPECT_EQ(sum, 4);
 
     XPtrVector<Counted> moved(std::move(items));
     EXPECT_TRUE(items.empty());
-    EXPECT_EQ(moved.size(), 2u);
     XPtrVector<Counted> target;
     target.push_back(new Counted(5));
     target = std::move(moved);  // the old content of the target goes
     EXPECT_EQ(Counted::sLive, 2);
+    EXPECT_EQ(target[0]->itsValue, 4);
     EXPECT_THROW(target.at(5), XInternalError);
   }
   EXPECT_EQ(Counted::sLive, 0);
@@ -77,20 +62,15 @@ TEST(XPtrVector, OwnsItsObjects) {
 TEST(XRefPtr, CountsAndDeletesAtZero) {
   {
     XRefPtr<Shared> a(new Shared());
-    EXPECT_EQ(a->GetRefCount(), 1u);
     XRefPtr<Shared> b = a;
-    EXPECT_EQ(a->GetRefCount(), 2u);
     XRefPtr<Shared> c = std::move(b);
     EXPECT_FALSE(b);
-    EXPECT_EQ(a->GetRefCount(), 2u);
     c = c;  // self-assignment keeps it alive
     a.reset(a.get());
     EXPECT_EQ(a->GetRefCount(), 2u);
     c.reset();
-    EXPECT_EQ(a->GetRefCount(), 1u);
     XRefPtr<const Shared> readOnly(a);
-    EXPECT_EQ(a->GetRefCount(), 2u);
-    a = XRefPtr<Shared>(new SharedChild());
+    a = XRefPtr<Shared>(new Shared());
     EXPECT_EQ(Shared::sLive, 2);
     readOnly = nullptr;
     EXPECT_EQ(Shared::sLive, 1);
@@ -129,26 +109,13 @@ TEST(XRange, EndsContainmentSectAndUnion) {
   EXPECT_EQ(XRange(INT32_MIN, UINT32_MAX).Union(top).GetLength(), UINT32_MAX);
 }
 
-TEST(XTime, ArithmeticAndText) {
-  XTime t(XTime::kOneDay + 250);
-  EXPECT_EQ((t + XTime::kOneSecond) - t, XTime::kOneSecond);
-  EXPECT_EQ(t.ToISO8601(), "1970-01-02T00:00:00.000250Z");
+TEST(XTime, TextAroundTheEpoch) {
+  EXPECT_EQ(XTime(XTime::kOneDay + 250).ToISO8601(), "1970-01-02T00:00:00.000250Z");
   EXPECT_EQ(XTime(-1).ToISO8601(), "1969-12-31T23:59:59.999999Z");
-}
-
-TEST(XTimer, IntervalAndStop) {
-  EXPECT_FALSE(XTimer(1000 * 3600, 0).HasElapsed());
-  EXPECT_TRUE(XTimer(0, 0).HasElapsed());
-  XTimer timer;
-  timer.Stop();
-  UInt64 frozen = timer.GetElapsedMicroseconds();
-  std::this_thread::yield();
-  EXPECT_EQ(timer.GetElapsedMicroseconds(), frozen);
 }
 
 TEST(XResourceTracker, CountsByKindAcrossThreads) {
   XResourceTracker& tracker = XResourceTracker::GetTracker();
-  EXPECT_EQ(&tracker, &XResourceTracker::GetTracker());
   const char* kind = "TestVolume";
   SInt64 start = tracker.GetCount(kind);
   std::string sameText = kind;  // kinds compare by text, not by address

@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <optional>
 #include <thread>
 #include <vector>
 
@@ -26,10 +27,35 @@ class XProgressTest : public ::testing::Test {
     });
   }
   void TearDown() override { XProgress::SetSink(itsPrevious); }
+  std::vector<UInt64> Positions() const {
+    std::vector<UInt64> positions;
+    for (const Call& c : itsCalls) positions.push_back(c.position);
+    return positions;
+  }
 
   std::vector<Call> itsCalls;
   size_t itsCancelAtCall = SIZE_MAX;
   XProgress::Sink itsPrevious;
+};
+
+// Spins until stopped: through its progress report's Increment, or through TestCancelThread.
+class Spinner : public XThread {
+ public:
+  explicit Spinner(bool inThroughProgress) : itsThroughProgress(inThroughProgress) {}
+  ~Spinner() override { StopThread(-1); }
+  std::atomic<bool> itsStarted{false};
+
+ protected:
+  SInt32 RunThreadSelf() override {
+    std::optional<XProgress> progress;
+    if (itsThroughProgress) progress.emplace(0, kProgressStandard, 2000, false);
+    for (;;) {
+      itsThroughProgress ? progress->Increment() : TestCancelThread();
+      itsStarted = true;
+      std::this_thread::yield();
+    }
+  }
+  bool itsThroughProgress;
 };
 
 int ErrorOf(const std::function<void()>& inCall) {
@@ -43,7 +69,7 @@ int ErrorOf(const std::function<void()>& inCall) {
 
 }  // namespace
 
-TEST_F(XProgressTest, ReportsNumbersAndClosesAtTheTotal) {
+TEST_F(XProgressTest, ReportsNumbersAndClosesAtTheTotalUnlessQuiet) {
   {
     XProgress progress(10, kProgressStandard, 0, false);
     progress.SetMessage("filtering");
@@ -52,55 +78,45 @@ TEST_F(XProgressTest, ReportsNumbersAndClosesAtTheTotal) {
     progress.SetProgress(12);  // beyond the total is shown as the total
     EXPECT_EQ(progress.GetProgress(), 12u);
   }
-  ASSERT_EQ(itsCalls.size(), 4u);
-  EXPECT_EQ(itsCalls[0].position, 1u);
-  EXPECT_EQ(itsCalls[1].position, 4u);
-  EXPECT_EQ(itsCalls[2].position, 10u);
-  EXPECT_EQ(itsCalls[3].position, 10u);  // the closing report
+  ASSERT_EQ(Positions(), (std::vector<UInt64>{1, 4, 10, 10}));  // the last is the closing report
   EXPECT_EQ(itsCalls[0].total, 10u);
   EXPECT_EQ(itsCalls[0].message, "filtering");
-}
 
-TEST_F(XProgressTest, RateLimitedAndSilentReportsStayQuiet) {
+  // Rate-limited and silent reports stay quiet, with no closing report either.
+  itsCalls.clear();
   {
     XProgress slow(100, kProgressStandard, 3600 * 1000, false);
-    for (int i = 0; i < 100; ++i) slow.Increment();
     XProgress silent(100, "quiet", kProgressSilent, 0, false);
-    for (int i = 0; i < 100; ++i) silent.Increment();
+    for (int i = 0; i < 100; ++i) {
+      slow.Increment();
+      silent.Increment();
+    }
     EXPECT_EQ(silent.GetMessage(), "quiet");
   }
-  EXPECT_TRUE(itsCalls.empty());  // and no closing report for reports never shown
+  EXPECT_TRUE(itsCalls.empty());
 }
 
-TEST_F(XProgressTest, SinkCancelThrowsAndStaysUntilTheOutermostEnds) {
+TEST_F(XProgressTest, SinkCancelThrowsUntilTheOutermostReportEnds) {
   itsCancelAtCall = 2;
-  XProgress outer(5, kProgressStandard, 3600 * 1000, false);  // never due by itself
   {
-    XProgress inner(100, kProgressStandard, 0, false);
-    inner.Increment();
-    EXPECT_EQ(ErrorOf([&] { inner.Increment(); }), kErrCancelled);
-    EXPECT_EQ(ErrorOf([&] { inner.YieldAndCheckAbort(); }), kErrCancelled);
-  }
-  // The cancel reaches the enclosing report too, though its sink call is not due.
-  EXPECT_EQ(ErrorOf([&] { outer.Increment(); }), kErrCancelled);
-  EXPECT_EQ(ErrorOf([&] { outer.SetProgress(3); }), kErrCancelled);
-  EXPECT_EQ(itsCalls.size(), 2u);  // no closing report for cancelled work
-}
-
-TEST_F(XProgressTest, ACancelEndsWithItsOutermostReport) {
-  itsCancelAtCall = 1;
-  {
-    XProgress first(3, kProgressStandard, 0, false);
-    EXPECT_EQ(ErrorOf([&] { first.Increment(); }), kErrCancelled);
+    XProgress outer(5, kProgressStandard, 3600 * 1000, false);  // never due by itself
+    {
+      XProgress inner(100, kProgressStandard, 0, false);
+      inner.Increment();
+      EXPECT_EQ(ErrorOf([&] { inner.Increment(); }), kErrCancelled);
+      EXPECT_EQ(ErrorOf([&] { inner.YieldAndCheckAbort(); }), kErrCancelled);
+    }
+    // The cancel reaches the enclosing report too, though its sink call is not due.
+    EXPECT_EQ(ErrorOf([&] { outer.SetProgress(3); }), kErrCancelled);
+    EXPECT_EQ(itsCalls.size(), 2u);  // no closing report for cancelled work
   }
   itsCancelAtCall = SIZE_MAX;
-  XProgress second(3, kProgressStandard, 0, false);
-  EXPECT_NO_THROW(second.Increment());
+  XProgress next(3, kProgressStandard, 0, false);
+  EXPECT_NO_THROW(next.Increment());
 }
 
 TEST_F(XProgressTest, NestedReportsShowTheirOwnNumbersWithInheritedMessage) {
   XProgress outer(4, "registering", kProgressStandard, 0, false);
-  EXPECT_EQ(XProgress::GetCurrent(), &outer);
   {
     XProgress inner(50, kProgressStandard, 0, false);
     EXPECT_EQ(XProgress::GetCurrent(), &inner);
@@ -110,30 +126,15 @@ TEST_F(XProgressTest, NestedReportsShowTheirOwnNumbersWithInheritedMessage) {
   }
   EXPECT_EQ(XProgress::GetCurrent(), &outer);
   outer.Increment();
-  ASSERT_EQ(itsCalls.size(), 4u);
+  ASSERT_EQ(Positions(), (std::vector<UInt64>{25, 30, 50, 1}));  // the inner closes at 50
   EXPECT_EQ(itsCalls[0].total, 50u);
   EXPECT_EQ(itsCalls[0].message, "registering");
   EXPECT_EQ(itsCalls[1].message, "smoothing");
-  EXPECT_EQ(itsCalls[2].position, 50u);  // inner closes
   EXPECT_EQ(itsCalls[3].total, 4u);
-  EXPECT_EQ(itsCalls[3].position, 1u);
 }
 
 TEST_F(XProgressTest, StoppedWorkerLeavesThroughItsProgress) {
-  class Worker : public XThread {
-   public:
-    ~Worker() override { StopThread(-1); }
-    std::atomic<bool> itsStarted{false};
-
-   protected:
-    SInt32 RunThreadSelf() override {
-      XProgress progress(0, kProgressStandard, 2000, false);
-      for (;;) {
-        progress.Increment();
-        itsStarted = true;
-      }
-    }
-  } worker;
+  Spinner worker(true);
   worker.StartThread();
   while (!worker.itsStarted) std::this_thread::yield();
   ASSERT_TRUE(worker.StopThread(-1));
@@ -142,18 +143,7 @@ TEST_F(XProgressTest, StoppedWorkerLeavesThroughItsProgress) {
 }
 
 TEST_F(XProgressTest, CancelWhileWaitingForAThreadStopsIt) {
-  class Sleeper : public XThread {
-   public:
-    ~Sleeper() override { StopThread(-1); }
-
-   protected:
-    SInt32 RunThreadSelf() override {
-      for (;;) {
-        TestCancelThread();
-        std::this_thread::yield();
-      }
-    }
-  } sleeper;
+  Spinner sleeper(false);
   itsCancelAtCall = 1;
   sleeper.StartThread();
   EXPECT_EQ(ErrorOf([&] { sleeper.WaitForTerminateWithProgress("waiting"); }), kErrCancelled);

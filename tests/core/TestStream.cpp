@@ -1,16 +1,11 @@
 #include <gtest/gtest.h>
 
-#include <cmath>
-#include <limits>
-
 #include "core/XClassRegistry.h"
 #include "core/XCoreClasses.h"
 #include "core/XHandleStream.h"
 #include "core/XStream.h"
 
 namespace {
-
-std::vector<UInt8> Bytes(const XMemoryStream& s) { return s.GetBytes(); }
 
 SInt32 ErrorOf(const std::function<void()>& inCall) {
   try {
@@ -29,74 +24,50 @@ TEST(Stream, NumbersFollowTheStreamsByteOrder) {
   big.Write32(0x03040506);
   big.Write64S(-2);
   big.WriteFloat32S(1.0f);
-  std::vector<UInt8> expected = {1, 2, 3, 4, 5, 6, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFE,
-                                 0x3F, 0x80, 0, 0};
-  EXPECT_EQ(Bytes(big), expected);
-
+  EXPECT_EQ(big.GetBytes(), (std::vector<UInt8>{1, 2, 3, 4, 5, 6, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF,
+                                               0xFF, 0xFF, 0xFE, 0x3F, 0x80, 0, 0}));
   XMemoryStream little(kLittleEndian);
   little.Write32(0x03040506);
   little.WriteFloat64S(-0.5);
-  EXPECT_EQ(Bytes(little), (std::vector<UInt8>{6, 5, 4, 3, 0, 0, 0, 0, 0, 0, 0xE0, 0xBF}));
-
+  little.WriteARGB32(0x11223344);  // colour bytes keep their order whatever the stream's
+  EXPECT_EQ(little.GetBytes(),
+            (std::vector<UInt8>{6, 5, 4, 3, 0, 0, 0, 0, 0, 0, 0xE0, 0xBF, 0x11, 0x22, 0x33, 0x44}));
   big.SeekTo(0);
   EXPECT_EQ(big.Read16(), 0x0102);
   EXPECT_EQ(big.Read32(), 0x03040506u);
   EXPECT_EQ(big.Read64S(), -2);
   EXPECT_EQ(big.ReadFloat32S(), 1.0f);
+  little.SeekTo(12);
+  EXPECT_EQ(little.ReadARGB32(), 0x11223344u);
 }
 
-TEST(Stream, BuffersStringsAndSpecialValuesRoundTrip) {
+TEST(Stream, BuffersAndStringsRoundTripInEitherOrder) {
   for (XByteOrder order : {kBigEndian, kLittleEndian}) {
     XMemoryStream s(order);
-    UInt16 shorts[3] = {1, 0xABCD, 0xFFFF};
-    UInt32 words[2] = {0xDEADBEEF, 7};
+    UInt16 shorts[3] = {1, 0xABCD, 0xFFFF}, shortsBack[3];
+    UInt32 words[2] = {0xDEADBEEF, 7}, wordsBack[2];
+    XUUID id = XUUID::Generate();
     s.WriteBuffer16(shorts, 3);
     s.WriteBuffer32(words, 2);
     s.WriteString("grün");
     s.WriteString("");
-    s.WriteFloat64S(std::numeric_limits<double>::quiet_NaN());
-    s.WriteARGB32(0x80FF4020);
-    XUUID id = XUUID::Generate();
     s.WriteUUID(id);
+    const bool big = order == kBigEndian;  // the buffers are swapped as the single values are
+    EXPECT_EQ(s.GetBuffer()[2], big ? 0xAB : 0xCD);
+    EXPECT_EQ(s.GetBuffer()[6], big ? 0xDE : 0xEF);
     s.SeekTo(0);
-    UInt16 shortsBack[3];
-    UInt32 wordsBack[2];
     s.ReadBuffer16(shortsBack, 3);
     s.ReadBuffer32(wordsBack, 2);
     EXPECT_EQ(shortsBack[1], 0xABCD);
     EXPECT_EQ(wordsBack[0], 0xDEADBEEFu);
     EXPECT_EQ(s.ReadString(), "grün");
     EXPECT_EQ(s.ReadString(), "");
-    EXPECT_TRUE(std::isnan(s.ReadFloat64S()));
-    EXPECT_EQ(s.ReadARGB32(), 0x80FF4020u);
     EXPECT_EQ(s.ReadUUID(), id);
     EXPECT_EQ(s.GetRemaining(), 0u);
   }
-  XMemoryStream argb(kLittleEndian);
-  argb.WriteARGB32(0x11223344);  // colour bytes keep their order whatever the stream's
-  EXPECT_EQ(Bytes(argb), (std::vector<UInt8>{0x11, 0x22, 0x33, 0x44}));
 }
 
-TEST(Stream, ReadingPastTheEndThrowsAndKeepsTheStreamUsable) {
-  XMemoryStream s;
-  s.Write16(5);
-  s.SeekTo(0);
-  EXPECT_EQ(ErrorOf([&] { s.Read32(); }), kErrEndOfStream);
-  s.SeekTo(0);
-  EXPECT_EQ(s.Read16(), 5);
-  // A string whose length word is a lie fails before allocating.
-  XMemoryStream lie;
-  lie.Write32(0x7FFFFFF0);
-  lie.SeekTo(0);
-  EXPECT_NE(ErrorOf([&] { lie.ReadString(); }), 0);
-  XMemoryStream shortString;
-  shortString.Write32(100);
-  shortString.WriteBuffer8("abc", 3);
-  shortString.SeekTo(0);
-  EXPECT_EQ(ErrorOf([&] { shortString.ReadString(); }), kErrBadStreamSize);
-}
-
-TEST(Stream, SeekPeekTruncateAndGaps) {
+TEST(Stream, SeekPeekTruncateGapsAndTheEnd) {
   XMemoryStream s;
   s.Write32(1);
   s.Write32(2);
@@ -104,6 +75,10 @@ TEST(Stream, SeekPeekTruncateAndGaps) {
   UInt8 peek[8];
   EXPECT_EQ(s.PeekBuffer8(peek, 8), 4u);
   EXPECT_EQ(s.GetPosition(), 4u);
+  EXPECT_EQ(ErrorOf([&] { s.Read64S(); }), kErrEndOfStream);
+  s.SeekTo(4);
+  EXPECT_EQ(s.Read32(), 2u);  // the failed read left the stream usable
+  s.SeekTo(4);
   s.Truncate();
   EXPECT_EQ(s.GetExtent(), 4u);
   s.SeekTo(10);  // writing beyond the end leaves zeros in the gap
@@ -111,6 +86,13 @@ TEST(Stream, SeekPeekTruncateAndGaps) {
   EXPECT_EQ(s.GetExtent(), 11u);
   EXPECT_EQ(s.GetBuffer()[6], 0);
   EXPECT_EQ(ErrorOf([&] { s.Seek(-100); }), kErrEndOfStream);
+
+  // A string whose length word is a lie fails before allocating.
+  XMemoryStream lie;
+  lie.Write32(100);
+  lie.WriteBuffer8("abc", 3);
+  lie.SeekTo(0);
+  EXPECT_EQ(ErrorOf([&] { lie.ReadString(); }), kErrBadStreamSize);
 }
 
 TEST(Stream, HeaderCarriesByteOrderAndFormat) {
@@ -118,13 +100,11 @@ TEST(Stream, HeaderCarriesByteOrderAndFormat) {
   s.WriteStreamInfo();
   s.Write32(0x01020304);
   const UInt8* b = s.GetBuffer();
-  EXPECT_EQ(std::string(reinterpret_cast<const char*>(b), 6), "MIRLMM");
-  EXPECT_EQ(b[6], 0);
-  EXPECT_EQ(b[7], XStream::kCurrentStreamFormat);
+  EXPECT_EQ(std::string(reinterpret_cast<const char*>(b), 8),
+            std::string("MIRLMM\0", 7) + char(XStream::kCurrentStreamFormat));
 
   XMemoryStream reader(s.GetBuffer(), s.GetExtent(), kLittleEndian);
-  UInt32 info = reader.ReadStreamInfo();
-  EXPECT_EQ(info >> 16, XStream::kCurrentStreamFormat);
+  EXPECT_EQ(reader.ReadStreamInfo() >> 16, XStream::kCurrentStreamFormat);
   EXPECT_EQ(reader.GetByteOrder(), kBigEndian);
   EXPECT_EQ(reader.Read32(), 0x01020304u);
 
@@ -143,10 +123,7 @@ TEST(Stream, HandleStreamWritesIntoTheCallersHandle) {
   }
   EXPECT_EQ(handle.GetDataSize(), 8u);
   EXPECT_EQ(earlier.GetDataSize(), 0u);  // the copy taken before is untouched
-  XHandleStream r(handle, kBigEndian);
-  r.Seek(4);
-  EXPECT_EQ(r.Read32(), 1u);
-  EXPECT_THROW(r.Read8(), XException);
+  EXPECT_EQ(handle.GetByte(7), 1);
 }
 
 // A small storable class for the object protocol.
@@ -171,13 +148,6 @@ class XTestPoint : public XStorable {
   XVersion seenCreating;
 };
 
-class XOtherClass : public XTestPoint {
- public:
-  static constexpr UInt16 kClassID = 60002;
-  XVersion GetVersion() const override { return XVersion(kClassID, 0); }
-  XStorable* Clone() const override { return new XOtherClass(*this); }
-};
-
 class ObjectStream : public ::testing::Test {
  protected:
   static void SetUpTestSuite() {
@@ -185,8 +155,6 @@ class ObjectStream : public ::testing::Test {
     XClassRegistry::RegisterClass(XTestPoint::GetClassVersion(), XStorable::GetClassVersion(),
                                   XStreamConstructorFactory<XTestPoint>,
                                   XVersionedReaderFactory<XTestPoint>, nullptr, "test point");
-    XClassRegistry::RegisterClass(XVersion(XOtherClass::kClassID, 0), XStorable::GetClassVersion(),
-                                  nullptr, XVersionedReaderFactory<XOtherClass>, nullptr, "");
   }
 };
 
@@ -208,37 +176,28 @@ TEST_F(ObjectStream, ObjectsRoundTripThroughTheRegistry) {
 }
 
 TEST_F(ObjectStream, BadObjectsGiveNumberedErrors) {
-  XMemoryStream unknown;
-  unknown.Write32(XVersion(59999, 0).GetValue());
-  unknown.SeekTo(0);
-  EXPECT_EQ(ErrorOf([&] { delete unknown.ReadObject(); }), kErrWrongClass);
-
-  XMemoryStream newer;
-  newer.WriteVersion(XVersion(XTestPoint::kClassID, 1));
-  newer.WriteVersion(XVersion(XTestPoint::kClassID, 2));
-  newer.Write32(1);
-  newer.SeekTo(0);
-  EXPECT_EQ(ErrorOf([&] { delete newer.ReadObject(); }), kErrNewerVersion);
-
-  XMemoryStream wrongLayer;
-  wrongLayer.WriteVersion(XTestPoint::GetClassVersion());
-  wrongLayer.WriteVersion(XVersion(34, 0));
-  wrongLayer.Write32(1);
-  wrongLayer.SeekTo(0);
-  EXPECT_EQ(ErrorOf([&] { delete wrongLayer.ReadObject(); }), kErrWrongClass);
+  // A stream of version words, then a 32-bit body if asked for.
+  auto tagged = [](std::vector<XVersion> inWords, bool inBody) {
+    auto s = std::make_unique<XMemoryStream>();
+    for (XVersion v : inWords) s->WriteVersion(v);
+    if (inBody) s->Write32(1);
+    s->SeekTo(0);
+    return s;
+  };
+  auto errorReading = [](XMemoryStream& s) { return ErrorOf([&] { delete s.ReadObject(); }); };
+  const XVersion point = XTestPoint::GetClassVersion(), pointV2(XTestPoint::kClassID, 2);
+  EXPECT_EQ(errorReading(*tagged({XVersion(59999, 0)}, false)), kErrWrongClass);
+  // Version 2 of a version-1 class.
+  EXPECT_EQ(errorReading(*tagged({point, pointV2}, true)), kErrNewerVersion);
+  EXPECT_EQ(errorReading(*tagged({point, XVersion(34, 0)}, true)), kErrWrongClass);
+  auto truncated = tagged({point, point}, false);
+  EXPECT_EQ(errorReading(*truncated), kErrEndOfStream);
+  EXPECT_EQ(truncated->GetLastClassCreated(), XVersion());  // popped on the way out
 
   XMemoryStream wrongType;
-  XOtherClass other;
-  wrongType.WriteObject(other);
+  wrongType.WriteObject(XTestPoint());
   wrongType.SeekTo(0);
   EXPECT_EQ(ErrorOf([&] { wrongType.ReadObjectAs<XMemoryHandle>(); }), kErrWrongClass);
-
-  XMemoryStream truncated;
-  truncated.WriteVersion(XTestPoint::GetClassVersion());
-  truncated.WriteVersion(XTestPoint::GetClassVersion());
-  truncated.SeekTo(0);
-  EXPECT_EQ(ErrorOf([&] { delete truncated.ReadObject(); }), kErrEndOfStream);
-  EXPECT_EQ(truncated.GetLastClassCreated(), XVersion());  // popped on the way out
 }
 
 // Reads one nested object per level, as containers of objects do.
@@ -274,10 +233,4 @@ TEST(Registry, IsAFollowsInheritanceAndAliasesButNotVersions) {
   XClassRegistry::RegisterInheritance(61020, 61021);
   XClassRegistry::RegisterInheritance(61021, 61020);
   EXPECT_FALSE(XVersion(61020, 0).IsA(XVersion(48, 0)));
-}
-
-TEST(Registry, VersionWordPacking) {
-  EXPECT_EQ(XVersion(65559).GetClassID(), 23);
-  EXPECT_EQ(XVersion(65559).GetClassVersion(), 1);
-  EXPECT_EQ(XVersion(110, 2).GetValue(), 131182u);
 }

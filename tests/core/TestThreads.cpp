@@ -49,30 +49,48 @@ void WaitForLoops(FunctionThread& inThread, int inAbove) {
   while (inThread.itsLoops <= inAbove) std::this_thread::yield();
 }
 
+// Whether another thread gets the lock; it lets go again at once.
+bool OtherThreadGets(const std::function<bool()>& inLock, const std::function<void()>& inUnlock) {
+  bool got = false;
+  std::thread([&] {
+    got = inLock();
+    if (got) inUnlock();
+  }).join();
+  return got;
+}
+
 }  // namespace
 
-TEST(XThread, ReturnCodeStateAndCurrentThread) {
+TEST(XThread, ReturnCodeStateFailuresAndCurrentThread) {
   XThread* seen = nullptr;
   FunctionThread thread([&](FunctionThread&) {
     seen = XThread::GetCurrentThread();
     return 42;
   });
   EXPECT_EQ(thread.GetLastThreadState(), kThreadNotStarted);
-  thread.StartThread();
-  ASSERT_TRUE(thread.WaitForTerminate(-1));
-  EXPECT_EQ(thread.GetThreadReturnCode(), 42);
-  EXPECT_EQ(thread.GetLastThreadState(), kThreadFinished);
-  EXPECT_EQ(seen, &thread);
-  EXPECT_EQ(thread.itsFinishes, 1);
-
+  for (int run = 1; run <= 2; ++run) {  // a finished thread object runs again
+    thread.StartThread();
+    ASSERT_TRUE(thread.WaitForTerminate(-1));
+    EXPECT_EQ(thread.GetThreadReturnCode(), 42);
+    EXPECT_EQ(thread.GetLastThreadState(), kThreadFinished);
+    EXPECT_EQ(seen, &thread);
+    EXPECT_EQ(thread.itsFinishes, run);
+  }
+  // Escaping exceptions are recorded as failures.
+  FunctionThread xfail([](FunctionThread&) -> SInt32 { throw XException(kErrFile, "disk"); });
+  FunctionThread other([](FunctionThread&) -> SInt32 { throw std::runtime_error("boom"); });
+  xfail.StartThread();
+  other.StartThread();
+  ASSERT_TRUE(xfail.WaitForTerminate(-1) && other.WaitForTerminate(-1));
+  EXPECT_EQ(xfail.GetLastThreadState(), kThreadFailed);
+  EXPECT_EQ(xfail.GetThreadReturnCode(), kErrFile);
+  EXPECT_EQ(other.GetLastThreadState(), kThreadFailed);
+  EXPECT_EQ(other.GetThreadReturnCode(), kErrGeneral);
+  EXPECT_THROW(std::rethrow_exception(other.GetThreadException()), std::runtime_error);
   // Outside any XThread there is no current one, and the cancel test does nothing.
   EXPECT_EQ(XThread::GetCurrentThread(), nullptr);
   EXPECT_NO_THROW(XThread::TestCancelCurrentThread());
   EXPECT_TRUE(XThread::IsMainThread());
-
-  thread.StartThread();  // a finished thread object runs again
-  ASSERT_TRUE(thread.WaitForTerminate(-1));
-  EXPECT_EQ(thread.itsFinishes, 2);
 }
 
 TEST(XThread, StopCancelsThroughTestCancelThread) {
@@ -86,9 +104,7 @@ TEST(XThread, StopCancelsThroughTestCancelThread) {
   ASSERT_TRUE(thread.StopThread(-1));
   EXPECT_EQ(thread.GetLastThreadState(), kThreadCancelled);
   EXPECT_EQ(thread.GetThreadReturnCode(), kErrCancelled);
-  EXPECT_EQ(thread.itsStopping, 1);
-  EXPECT_EQ(thread.itsAsyncStops, 1);
-  EXPECT_EQ(thread.itsFinishes, 1);
+  EXPECT_TRUE(thread.itsStopping == 1 && thread.itsAsyncStops == 1 && thread.itsFinishes == 1);
 
   // AsyncStopThreadSelf wakes a worker blocked in a wait of its own.
   FunctionThread sleeper([](FunctionThread& self) {
@@ -99,19 +115,6 @@ TEST(XThread, StopCancelsThroughTestCancelThread) {
   sleeper.StartThread();
   ASSERT_TRUE(sleeper.StopThread(-1));
   EXPECT_EQ(sleeper.GetLastThreadState(), kThreadCancelled);
-}
-
-TEST(XThread, EscapingExceptionsAreRecordedAsFailures) {
-  FunctionThread xfail([](FunctionThread&) -> SInt32 { throw XException(kErrFile, "disk"); });
-  FunctionThread other([](FunctionThread&) -> SInt32 { throw std::runtime_error("boom"); });
-  xfail.StartThread();
-  other.StartThread();
-  ASSERT_TRUE(xfail.WaitForTerminate(-1) && other.WaitForTerminate(-1));
-  EXPECT_EQ(xfail.GetLastThreadState(), kThreadFailed);
-  EXPECT_EQ(xfail.GetThreadReturnCode(), kErrFile);
-  EXPECT_EQ(other.GetLastThreadState(), kThreadFailed);
-  EXPECT_EQ(other.GetThreadReturnCode(), kErrGeneral);
-  EXPECT_THROW(std::rethrow_exception(other.GetThreadException()), std::runtime_error);
 }
 
 TEST(XThread, SuspendPausesInTestCancelThreadUntilResumedOrStopped) {
@@ -128,53 +131,38 @@ TEST(XThread, SuspendPausesInTestCancelThreadUntilResumedOrStopped) {
   thread.ResumeThread();
   WaitForLoops(thread, frozen);
   EXPECT_EQ(thread.itsResumes, 1);
-
   thread.SuspendThread();
   while (!thread.IsSuspended()) std::this_thread::yield();
-  ASSERT_TRUE(thread.StopThread(-1));
+  ASSERT_TRUE(thread.StopThread(-1));  // a suspended thread can be stopped
   EXPECT_EQ(thread.GetLastThreadState(), kThreadCancelled);
 }
 
-TEST(XMutex, RecursiveWithTimeoutsForOthers) {
+TEST(XMutex, RecursiveForTheOwnerAndExclusiveAsReadWrite) {
   XMutex mutex;
-  auto otherThreadGets = [&](SInt32 inTimeout) {
-    bool got = false;
-    std::thread([&] {
-      got = mutex.Lock(inTimeout);
-      if (got) mutex.Unlock();
-    }).join();
-    return got;
+  auto mutexGets = [&](SInt32 inTimeout) {
+    return OtherThreadGets([&] { return mutex.Lock(inTimeout); }, [&] { mutex.Unlock(); });
   };
   {
     XThreadLock outer(mutex);
     XThreadLock inner(mutex);  // the owner may lock again
-    EXPECT_FALSE(otherThreadGets(0));
-    EXPECT_FALSE(otherThreadGets(1));
+    EXPECT_FALSE(mutexGets(0) || mutexGets(1));
   }
-  EXPECT_TRUE(otherThreadGets(-1));
-}
+  EXPECT_TRUE(mutexGets(-1));
 
-TEST(XRWMutex, ReadersShareWritersExclude) {
-  XRWMutex mutex;
-  auto otherThreadGets = [&](XRWLockMode inMode) {
-    bool got = false;
-    std::thread([&] {
-      got = mutex.Lock(inMode, 0);
-      if (got) mutex.Unlock(inMode);
-    }).join();
-    return got;
+  XRWMutex rw;
+  auto gets = [&](XRWLockMode inMode) {
+    return OtherThreadGets([&] { return rw.Lock(inMode, 0); }, [&] { rw.Unlock(inMode); });
   };
   {
-    XRWLock read(mutex, kRWLockRead);
-    EXPECT_TRUE(otherThreadGets(kRWLockRead));
-    EXPECT_FALSE(otherThreadGets(kRWLockWrite));
+    XRWLock read(rw, kRWLockRead);
+    EXPECT_TRUE(gets(kRWLockRead));
+    EXPECT_FALSE(gets(kRWLockWrite));
   }
   {
-    XRWLock write(mutex, kRWLockWrite);
-    EXPECT_FALSE(otherThreadGets(kRWLockRead));
-    EXPECT_FALSE(otherThreadGets(kRWLockWrite));
+    XRWLock write(rw, kRWLockWrite);
+    EXPECT_FALSE(gets(kRWLockRead) || gets(kRWLockWrite));
   }
-  EXPECT_TRUE(otherThreadGets(kRWLockWrite));
+  EXPECT_TRUE(gets(kRWLockWrite));
 }
 
 TEST(XConditionVariable, SignalIsKeptUntilSomeoneSleeps) {

@@ -6,47 +6,34 @@
 
 namespace {
 
-std::vector<XPoint> Walk(XRectIterator& it, int inSteps, bool inForward = true) {
+// The first inSteps points, forwards from the start or backwards from the end.
+std::vector<XPoint> Walk(const XRect& inRect, XRectIteratorMode inMode, bool inForward,
+                         size_t inSteps) {
+  XRectIterator it(inRect, inMode);
+  if (!inForward) it.MoveToEnd();
   std::vector<XPoint> points;
-  for (int i = 0; i < inSteps; ++i) points.push_back(inForward ? it.GetNext() : it.GetPrevious());
+  while (points.size() < inSteps) points.push_back(inForward ? it.GetNext() : it.GetPrevious());
   return points;
 }
 
+using Points = std::vector<XPoint>;
+
 }  // namespace
 
-TEST(RectIteratorWalk, RowsByDefaultAndStaysAtLastCell) {
-  XRectIterator it(XRect(-1, 5, 2, 7));
-  std::vector<XPoint> expected{XPoint(-1, 5), XPoint(0, 5), XPoint(1, 5), XPoint(-1, 6),
-                               XPoint(0, 6),  XPoint(1, 6), XPoint(1, 6), XPoint(1, 6)};
-  EXPECT_EQ(Walk(it, 8), expected);
-}
-
-TEST(RectIteratorWalk, AnyNonZeroModeWalksColumns) {
-  XRectIterator it(XRect(0, 0, 3, 2), static_cast<XRectIteratorMode>(2));
-  std::vector<XPoint> expected{XPoint(0, 0), XPoint(0, 1), XPoint(1, 0), XPoint(1, 1),
-                               XPoint(2, 0), XPoint(2, 1), XPoint(2, 1)};
-  EXPECT_EQ(Walk(it, 7), expected);
-}
-
-TEST(RectIteratorWalk, BackwardsStaysAtFirstCell) {
-  XRectIterator rows(XRect(0, 0, 2, 2));
-  rows.MoveToEnd();
-  std::vector<XPoint> expected{XPoint(1, 1), XPoint(0, 1), XPoint(1, 0), XPoint(0, 0),
-                               XPoint(0, 0)};
-  EXPECT_EQ(Walk(rows, 5, false), expected);
-
-  XRectIterator columns(XRect(0, 0, 2, 2), kRectIterateYFastest);
-  columns.MoveToEnd();
-  std::vector<XPoint> expectedColumns{XPoint(1, 1), XPoint(1, 0), XPoint(0, 1), XPoint(0, 0),
-                                      XPoint(0, 0)};
-  EXPECT_EQ(Walk(columns, 5, false), expectedColumns);
-}
-
-TEST(RectIteratorWalk, EmptyRectangleIsNotDetected) {
-  XRectIterator it(XRect(5, 5, 5, 5));
-  XPoint first = it.GetNext();
-  EXPECT_EQ(first, XPoint(5, 5));
-  EXPECT_NE(it.GetNext(), first);
+TEST(RectIteratorWalk, EachOrderStaysAtItsLastCell) {
+  EXPECT_EQ(Walk(XRect(-1, 5, 2, 7), kRectIterateXFastest, true, 8),
+            (Points{{-1, 5}, {0, 5}, {1, 5}, {-1, 6}, {0, 6}, {1, 6}, {1, 6}, {1, 6}}));
+  // Any mode but 0 walks columns.
+  EXPECT_EQ(Walk(XRect(0, 0, 3, 2), static_cast<XRectIteratorMode>(2), true, 7),
+            (Points{{0, 0}, {0, 1}, {1, 0}, {1, 1}, {2, 0}, {2, 1}, {2, 1}}));
+  EXPECT_EQ(Walk(XRect(0, 0, 2, 2), kRectIterateXFastest, false, 5),
+            (Points{{1, 1}, {0, 1}, {1, 0}, {0, 0}, {0, 0}}));
+  EXPECT_EQ(Walk(XRect(0, 0, 2, 2), kRectIterateYFastest, false, 5),
+            (Points{{1, 1}, {1, 0}, {0, 1}, {0, 0}, {0, 0}}));
+  // An empty rectangle is not detected: the walk leaves it.
+  Points empty = Walk(XRect(5, 5, 5, 5), kRectIterateXFastest, true, 2);
+  EXPECT_EQ(empty[0], XPoint(5, 5));
+  EXPECT_NE(empty[1], empty[0]);
 }
 
 TEST(RectIteratorPosition, CornersAndClampedMoves) {
@@ -54,7 +41,6 @@ TEST(RectIteratorPosition, CornersAndClampedMoves) {
   EXPECT_EQ(it.GetFirst(), XPoint(10, 20));
   EXPECT_EQ(it.GetLast(), XPoint(12, 23));
   EXPECT_EQ(it.GetNext(), XPoint(10, 20));  // GetFirst and GetLast did not move it
-
   it.MoveTo(XPoint(100, -100));
   EXPECT_EQ(it.GetNext(), XPoint(12, 20));
   EXPECT_EQ(it.GetNext(), XPoint(10, 21));

@@ -6,62 +6,34 @@
 
 namespace {
 
-const XARGB32Colour kBlack(255, 0, 0, 0);
-const XARGB32Colour kWhite(255, 255, 255, 255);
-
-XARGB32Colour EntryOf(const XIntToColourLUT& inLUT, UInt32 inIndex) {
-  XARGB32Colour c;
-  inLUT.IndexToValue(inIndex, c);
-  return c;
+TEST(Renderer, DefaultsByClass) {
+  const Float64 white[] = {255, 255, 65535, 1, 255, 255, 65535};
+  const bool grey[] = {true, true, true, true, false, false, false};
+  const auto all = EveryRenderer();
+  for (size_t i = 0; i < all.size(); ++i) {
+    XImageRenderer& r = *all[i];
+    SCOPED_TRACE(i);
+    EXPECT_EQ(r.GetWhite(), white[i]);
+    EXPECT_EQ(r.GetMaxInputValue(), white[i]);
+    EXPECT_EQ(r.IsMonochromatic(), grey[i]);
+    // Only grey renderers take colours and a type.
+    r.SetWhiteColour(XARGB32Colour(255, 1, 2, 3));
+    r.SetRendererType(kRendererRainbow);
+    EXPECT_EQ(r.GetWhiteColour(), grey[i] ? XARGB32Colour(255, 1, 2, 3) : kWhite);
+    EXPECT_EQ(r.GetRendererType(), grey[i] ? kRendererRainbow : kRendererRamp);
+    EXPECT_FALSE(r.IsMonochromatic());
+  }
 }
 
-// ----------------------------------------------------------- defaults
-
-TEST(RendererDefaults, WhitePointsAndInputRangesByClass) {
-  EXPECT_EQ(XGrey8ImageRenderer().GetWhite(), 255.0);
-  EXPECT_EQ(XMaskImageRenderer().GetWhite(), 255.0);
-  EXPECT_EQ(XGrey16ImageRenderer().GetWhite(), 65535.0);
-  EXPECT_EQ(XGrey16ImageRenderer().GetMaxInputValue(), 65535.0);
-  EXPECT_EQ(XFPImageRenderer().GetWhite(), 1.0);
-  EXPECT_EQ(XARGB32ImageRenderer().GetWhite(), 255.0);
-  EXPECT_EQ(XBGRA32ImageRenderer().GetMaxInputValue(), 255.0);
-  EXPECT_EQ(XRGB48ImageRenderer().GetWhite(), 65535.0);
-  EXPECT_EQ(XRGB48ImageRenderer().GetMaxInputValue(), 65535.0);
-
-  XFPImageRenderer fp;
-  fp.SetBlack(-2.0);
-  fp.SetWhite(6.0);
-  EXPECT_EQ(fp.GetMinInputValue(), -2.0);
-  EXPECT_EQ(fp.GetMaxInputValue(), 6.0);
-
+TEST(Renderer, IsNormalVariants) {
   XGrey8ImageRenderer grey;
-  EXPECT_TRUE(grey.IsMonochromatic());
-  grey.SetRendererType(kRendererRainbow);
-  EXPECT_FALSE(grey.IsMonochromatic());
-
-  // Colour renderers have no colours or type to set.
-  XARGB32ImageRenderer colour;
-  colour.SetWhiteColour(XARGB32Colour(255, 1, 2, 3));
-  colour.SetRendererType(kRendererRainbow);
-  EXPECT_EQ(colour.GetWhiteColour(), kWhite);
-  EXPECT_EQ(colour.GetRendererType(), kRendererRamp);
-  EXPECT_FALSE(colour.IsMonochromatic());
-}
-
-// ------------------------------------------------------------ normal state
-
-TEST(RendererNormal, GreyColoursCountAlphaDoesNot) {
-  XGrey8ImageRenderer grey;
-  EXPECT_TRUE(grey.IsNormal());
-  grey.SetBlackColour(XARGB32Colour(0, 0, 0, 0));
-  grey.SetWhiteColour(XARGB32Colour(7, 255, 255, 255));
+  grey.SetBlackColour(XARGB32Colour(0, 0, 0, 0));  // alpha does not count
   EXPECT_TRUE(grey.IsNormal());
   grey.SetWhiteColour(XARGB32Colour(255, 255, 254, 255));
   EXPECT_FALSE(grey.IsNormal());
   EXPECT_FALSE(grey.IsNormalExceptForWhitePoint());
   grey.Normalise();
   EXPECT_TRUE(grey.IsNormal());
-  EXPECT_EQ(grey.GetWhiteColour(), kWhite);
 
   XGrey16ImageRenderer sixteen;
   sixteen.SetWhite(4095);
@@ -71,118 +43,71 @@ TEST(RendererNormal, GreyColoursCountAlphaDoesNot) {
   EXPECT_FALSE(sixteen.IsNormalExceptForWhitePoint());
   sixteen.Normalise();
   EXPECT_TRUE(sixteen.IsNormal());
-  EXPECT_EQ(sixteen.GetWhite(), 65535.0);
-}
 
-TEST(RendererNormal, FloatNormalMeansTheRange0To255) {
+  // Float: normal means 0 to 255, and the balances are not asked.
   XFPImageRenderer fp;
-  EXPECT_FALSE(fp.IsNormal());  // white 1
-  EXPECT_TRUE(fp.IsNormalExceptForWhitePoint());
-  fp.SetWhite(255);
-  EXPECT_TRUE(fp.IsNormal());
-  fp.SetColourBalance(0.1, 0.2, 0.3);  // balances are not asked
-  EXPECT_TRUE(fp.IsNormal());
-  fp.SetGain(2.0);
   EXPECT_FALSE(fp.IsNormal());
-
-  // Normalise sets black and white to the input range, which is black and white.
-  XFPImageRenderer range;
-  range.SetBlack(3.0);
-  range.SetWhite(9.0);
-  range.SetGamma(0.5);
-  range.Normalise();
-  EXPECT_EQ(range.GetBlack(), 3.0);
-  EXPECT_EQ(range.GetWhite(), 9.0);
-  EXPECT_EQ(range.GetGamma(), 1.0);
-
-  XRGB48ImageRenderer rgb;
-  EXPECT_TRUE(rgb.IsNormal());
-  rgb.SetColourBalance(1.0, 1.0, 0.9);
-  EXPECT_FALSE(rgb.IsNormal());
+  EXPECT_TRUE(fp.IsNormalExceptForWhitePoint());
+  SetProperties(fp, {{kPropertyWhite, 255}, {kPropertyRedBalance, 0.1}});
+  EXPECT_TRUE(fp.IsNormal());
+  // Normalise sets black and white to the input range, which for floats is black and white.
+  SetProperties(fp, {{kPropertyBlack, 3}, {kPropertyWhite, 9}, {kPropertyGain, 2}});
+  fp.Normalise();
+  EXPECT_EQ(fp.GetBlack(), 3.0);
+  EXPECT_EQ(fp.GetWhite(), 9.0);
+  EXPECT_EQ(fp.GetGain(), 1.0);
 }
 
-// -------------------------------------------------------------- properties
-
-TEST(RendererProperties, WhichClassesHaveWhichProperties) {
-  XARGB32ImageRenderer colour;
-  XBGRA32ImageRenderer bgra;
-  XGrey8ImageRenderer grey;
-  XMaskImageRenderer mask;
+TEST(Renderer, PropertiesByNumber) {
+  const auto all = EveryRenderer();
   for (UInt32 p = 0; p <= 16; ++p) {
-    const bool base = p >= 1 && p <= 8;
-    const bool greyOnly = p >= 10 && p <= 15;
-    EXPECT_EQ(colour.HasProperty(p), base) << p;
-    EXPECT_EQ(bgra.HasProperty(p), base) << p;
-    EXPECT_EQ(grey.HasProperty(p), base || greyOnly) << p;
-    EXPECT_EQ(mask.HasProperty(p), (base || greyOnly) && p != 1 && p != 2 && p != 5) << p;
+    const bool base = p >= 1 && p <= 8, colours = p >= 10 && p <= 15;
+    EXPECT_EQ(all[0]->HasProperty(p), base || colours) << p;
+    EXPECT_EQ(all[1]->HasProperty(p), (base || colours) && p != 1 && p != 2 && p != 5) << p;  // mask
+    EXPECT_EQ(all[6]->HasProperty(p), base) << p;
   }
-}
+  using R = XImageRenderer;
+  using Getter = Float64 (R::*)() const;
+  const Getter getters[] = {&R::GetBlack, &R::GetWhite,      &R::GetGain,          &R::GetOffset,
+                            &R::GetGamma, &R::GetRedBalance, &R::GetGreenBalance, &R::GetBlueBalance};
+  for (UInt32 id = 1; id <= 8; ++id) {
+    XGrey8ImageRenderer grey;
+    grey.SetProperty(id, 0.25 + id);
+    EXPECT_EQ((grey.*getters[id - 1])(), 0.25 + id) << id;
+    EXPECT_EQ(grey.GetProperty(id), 0.25 + id) << id;
+  }
 
-TEST(RendererProperties, SetAndGetByNumber) {
   XGrey8ImageRenderer grey;
-  grey.SetProperty(kPropertyBlack, 10);
-  grey.SetProperty(kPropertyWhite, 200);
-  grey.SetProperty(kPropertyGain, 1.5);
-  grey.SetProperty(kPropertyOffset, -0.25);
-  grey.SetProperty(kPropertyGamma, 0.7);
-  grey.SetProperty(kPropertyGreenBalance, 0.5);
-  EXPECT_EQ(grey.GetBlack(), 10.0);
-  EXPECT_EQ(grey.GetWhite(), 200.0);
-  EXPECT_EQ(grey.GetGain(), 1.5);
-  EXPECT_EQ(grey.GetOffset(), -0.25);
-  EXPECT_EQ(grey.GetGamma(), 0.7);
-  EXPECT_EQ(grey.GetRedBalance(), 1.0);
-  EXPECT_EQ(grey.GetGreenBalance(), 0.5);
-  EXPECT_EQ(grey.GetBlueBalance(), 1.0);
-
-  grey.SetProperty(kPropertyWhiteRed, 200.9);  // integer part
-  grey.SetProperty(kPropertyBlackBlue, 300);   // cut to 8 bits
+  // White red takes the integer part; black blue is cut to 8 bits.
+  SetProperties(grey, {{13, 200.9}, {12, 300}, {11, 7}});
   EXPECT_EQ(grey.GetWhiteColour(), XARGB32Colour(255, 200, 255, 255));
-  EXPECT_EQ(grey.GetBlackColour(), XARGB32Colour(255, 0, 0, 44));
-  EXPECT_EQ(grey.GetProperty(kPropertyWhiteRed), 200.0);
-  EXPECT_EQ(grey.GetProperty(kPropertyBlackBlue), 44.0);
+  EXPECT_EQ(grey.GetBlackColour(), XARGB32Colour(255, 0, 7, 44));
+  EXPECT_EQ(grey.GetProperty(12), 44.0);
   EXPECT_EQ(grey.GetProperty(9), 0.0);
-
-  XARGB32ImageRenderer colour;
-  colour.SetProperty(kPropertyWhiteRed, 12);  // not a property here
-  EXPECT_EQ(colour.GetProperty(kPropertyWhiteRed), 0.0);
-  EXPECT_EQ(colour.GetWhiteColour(), kWhite);
+  all[6]->SetProperty(13, 12);  // not a property of a colour renderer
+  EXPECT_EQ(all[6]->GetProperty(13), 0.0);
 }
 
-TEST(RendererProperties, CopyBetweenClassesRescalesBlackAndWhite) {
-  XGrey8ImageRenderer grey;
-  grey.SetBlack(51);
-  grey.SetWhite(204);
-  grey.SetGain(2.0);
-  grey.SetGamma(0.5);
-  grey.SetColourBalance(0.9, 0.8, 0.7);
+TEST(Renderer, CopyPropertiesRescalesBlackAndWhiteBetweenClasses) {
+  XGrey8ImageRenderer grey, same, fromMask;
+  SetProperties(grey, {{kPropertyBlack, 51}, {kPropertyWhite, 204}, {kPropertyGain, 2}, {kPropertyBlueBalance, 0.7}});
   grey.SetWhiteColour(XARGB32Colour(255, 255, 0, 0));
-
   XGrey16ImageRenderer sixteen;
   sixteen.CopyProperties(grey);
   EXPECT_DOUBLE_EQ(sixteen.GetBlack(), 51.0 / 255 * 65535);
   EXPECT_DOUBLE_EQ(sixteen.GetWhite(), 204.0 / 255 * 65535);
   EXPECT_EQ(sixteen.GetGain(), 2.0);
-  EXPECT_EQ(sixteen.GetGamma(), 0.5);
   EXPECT_EQ(sixteen.GetBlueBalance(), 0.7);
   EXPECT_EQ(sixteen.GetWhiteColour(), XARGB32Colour(255, 255, 0, 0));
-
-  XGrey8ImageRenderer same;
   same.CopyProperties(grey);  // same class: as they are
-  EXPECT_EQ(same.GetBlack(), 51.0);
   EXPECT_EQ(same.GetWhite(), 204.0);
 
-  // A float target takes black and white raw, whatever the ranges.
-  XFPImageRenderer fp;
+  XFPImageRenderer fp;  // a float target takes black and white raw
   fp.CopyProperties(sixteen);
-  EXPECT_DOUBLE_EQ(fp.GetBlack(), sixteen.GetBlack());
   EXPECT_DOUBLE_EQ(fp.GetWhite(), sixteen.GetWhite());
-  EXPECT_EQ(fp.GetWhiteColour(), XARGB32Colour(255, 255, 0, 0));
-
   // A float source maps its black and white onto the target's range ends.
   XRGB48ImageRenderer rgb;
-  fp.SetBlack(-1.0);
-  fp.SetWhite(3.0);
+  SetProperties(fp, {{kPropertyBlack, -1}, {kPropertyWhite, 3}});
   rgb.CopyProperties(fp);
   EXPECT_EQ(rgb.GetBlack(), 0.0);
   EXPECT_EQ(rgb.GetWhite(), 65535.0);
@@ -191,7 +116,6 @@ TEST(RendererProperties, CopyBetweenClassesRescalesBlackAndWhite) {
   XMaskImageRenderer mask;
   mask.SetGamma(3.0);
   mask.SetOffset(0.25);
-  XGrey8ImageRenderer fromMask;
   fromMask.SetBlack(7);
   fromMask.CopyProperties(mask);
   EXPECT_EQ(fromMask.GetBlack(), 7.0);
@@ -199,25 +123,15 @@ TEST(RendererProperties, CopyBetweenClassesRescalesBlackAndWhite) {
   EXPECT_EQ(fromMask.GetOffset(), 0.25);
 }
 
-// --------------------------------------------------------------- luminance
-
-TEST(RendererLuminance, LevelsAndTheirInverse) {
+TEST(Renderer, LuminanceAndItsInverse) {
   XGrey8ImageRenderer grey;
-  EXPECT_EQ(grey.GetLuminance(100), 100);
   EXPECT_EQ(grey.GetLuminance(-5), 0);
   EXPECT_EQ(grey.GetLuminance(300), 255);
-  EXPECT_NEAR(grey.GetValueForLuminance(100), 100.0, 1e-9);
-
-  grey.SetBlack(50);
-  grey.SetWhite(150);
-  grey.SetGamma(2.0);
+  SetProperties(grey, {{kPropertyBlack, 50}, {kPropertyWhite, 150}, {kPropertyGamma, 2}});
   EXPECT_EQ(grey.GetLuminance(100), 63);  // 0.5^2 * 255 = 63.75
   EXPECT_NEAR(grey.GetValueForLuminance(64), 100.0, 0.2);
-
   // No range: scale 0, only the offset counts.
-  grey.SetWhite(50);
-  grey.SetOffset(0.5);
-  grey.SetGamma(1.0);
+  SetProperties(grey, {{kPropertyWhite, 50}, {kPropertyOffset, 0.5}, {kPropertyGamma, 1}});
   EXPECT_EQ(grey.GetLuminance(1000), 127);
 
   XMaskImageRenderer mask;
@@ -227,32 +141,22 @@ TEST(RendererLuminance, LevelsAndTheirInverse) {
   EXPECT_EQ(mask.GetLuminance(127), 10);
 }
 
-// ------------------------------------------------------------------ tables
+TEST(Renderer, GetLUTFollowsTheRampOrThrows2506) {
+  // Colour renderers, and the float one given an integer table, throw 2506.
+  const auto all = EveryRenderer();
+  for (size_t i = 3; i < all.size(); ++i) {
+    EXPECT_EQ(ErrorNumberOf([&] { all[i]->ApplyLUT(XIntToColourLUT::GetStandardLUT(8)); }), 2506) << i;
+    EXPECT_EQ(ErrorNumberOf([&] { delete all[i]->GetLUT(); }), i > 3 ? 2506 : 0) << i;
+  }
 
-TEST(RendererTables, ColourRenderersHaveNoTable) {
-  XARGB32ImageRenderer argb;
-  XBGRA32ImageRenderer bgra;
-  XRGB48ImageRenderer rgb;
-  EXPECT_EQ(ErrorNumberOf([&] { delete argb.GetLUT(); }), kErrRendererHasNoLUT);
-  EXPECT_EQ(ErrorNumberOf([&] { delete bgra.GetLUT(); }), kErrRendererHasNoLUT);
-  EXPECT_EQ(ErrorNumberOf([&] { delete rgb.GetLUT(); }), kErrRendererHasNoLUT);
-  EXPECT_EQ(ErrorNumberOf([&] { rgb.ApplyLUT(XIntToColourLUT::GetStandardLUT(8)); }),
-            kErrRendererHasNoLUT);
-}
-
-TEST(RendererTables, GreyTableFollowsTheRampColours) {
   XGrey8ImageRenderer grey;
   std::unique_ptr<XIntToColourLUT> identity(grey.GetLUT());
   ASSERT_EQ(identity->GetSize(), 256u);
-  EXPECT_EQ(EntryOf(*identity, 0), kBlack);
-  EXPECT_EQ(EntryOf(*identity, 255), kWhite);
-  for (UInt32 i = 1; i < 256; ++i) ASSERT_GE(EntryOf(*identity, i).red, EntryOf(*identity, i - 1).red);
-
-  grey.SetBlack(100);
-  grey.SetWhite(200);
+  for (UInt32 i = 0; i < 256; ++i) ASSERT_EQ(EntryOf(*identity, i), XARGB32Colour(255, i, i, i));
+  // Black's blue becomes 200 through the balance.
+  SetProperties(grey, {{kPropertyBlack, 100}, {kPropertyWhite, 200}, {kPropertyBlueBalance, 2}});
   grey.SetBlackColour(XARGB32Colour(255, 0, 0, 100));
   grey.SetWhiteColour(XARGB32Colour(255, 255, 0, 0));
-  grey.SetColourBalance(1.0, 1.0, 2.0);  // black's blue becomes 200
   std::unique_ptr<XIntToColourLUT> ramp(grey.GetLUT());
   EXPECT_EQ(EntryOf(*ramp, 50), XARGB32Colour(255, 0, 0, 200));
   EXPECT_EQ(EntryOf(*ramp, 250), XARGB32Colour(255, 255, 0, 0));
@@ -260,30 +164,18 @@ TEST(RendererTables, GreyTableFollowsTheRampColours) {
   EXPECT_EQ(EntryOf(*ramp, 150), XARGB32Colour(255, 127, 0, UInt8(200 + ((-51400 * 127) >> 16))));
 
   std::unique_ptr<XIntToColourLUT> wide(XGrey16ImageRenderer().GetLUT());
-  EXPECT_EQ(wide->GetSize(), 65536u);
   EXPECT_EQ(wide->GetTrueDepth(), 16u);
   EXPECT_EQ(EntryOf(*wide, 65535), kWhite);
-}
 
-TEST(RendererTables, MaskTableSplitsAt128) {
-  XMaskImageRenderer mask;
+  XMaskImageRenderer mask;  // splits at 128
   mask.SetWhiteColour(XARGB32Colour(0, 255, 128, 0));
   mask.SetGain(0.5);
-  std::unique_ptr<XIntToColourLUT> lut(mask.GetLUT());
-  EXPECT_EQ(EntryOf(*lut, 127), kBlack);
-  EXPECT_EQ(EntryOf(*lut, 128), XARGB32Colour(255, 127, 64, 0));
-  EXPECT_EQ(EntryOf(*lut, 255), XARGB32Colour(255, 127, 64, 0));
+  std::unique_ptr<XIntToColourLUT> maskLUT(mask.GetLUT());
+  EXPECT_EQ(EntryOf(*maskLUT, 127), kBlack);
+  EXPECT_EQ(EntryOf(*maskLUT, 128), XARGB32Colour(255, 127, 64, 0));
 }
 
-TEST(RendererTables, ApplyTakesTheEndColoursAndRange) {
-  XIntToColourLUT green(256);
-  green.MakeChannelLUT(kGreenChannel);
-  XGrey8ImageRenderer fromGreen(green);
-  EXPECT_EQ(fromGreen.GetWhiteColour(), XARGB32Colour(255, 0, 255, 0));
-  EXPECT_EQ(fromGreen.GetBlackColour(), kBlack);
-  EXPECT_EQ(fromGreen.GetWhite(), 255.0);
-  EXPECT_EQ(fromGreen.GetBlack(), 0.0);
-
+TEST(Renderer, ApplyLUTTakesTheEndColoursAndRange) {
   XIntToColourLUT down(XIntToColourLUT::GetStandardLUT(8));
   down.Reverse(0, 255);
   XGrey8ImageRenderer grey;
@@ -291,62 +183,115 @@ TEST(RendererTables, ApplyTakesTheEndColoursAndRange) {
   grey.SetBlack(9);
   grey.ApplyLUT(down);
   EXPECT_EQ(grey.GetWhiteColour(), kWhite);  // the downward table's first entry
+  EXPECT_EQ(grey.GetBlackColour(), kBlack);
   EXPECT_EQ(grey.GetRendererType(), kRendererRamp);
   EXPECT_EQ(grey.GetBlack(), 0.0);
 
   XIntToColourLUT down16(XIntToColourLUT::GetStandardLUT(16));
   down16.Reverse(0, 65535);
-  XGrey16ImageRenderer sixteen(down16);
-  EXPECT_EQ(sixteen.GetWhiteColour(), kBlack);  // no downward test here
-  EXPECT_EQ(sixteen.GetWhite(), 65535.0);
-
-  XIntToColourLUT twelve(XIntToColourLUT::GetStandardLUT(12));
-  XGrey16ImageRenderer fromTwelve(twelve);
-  EXPECT_EQ(fromTwelve.GetWhite(), 4095.0);
-  EXPECT_TRUE(fromTwelve.IsNormalExceptForWhitePoint());
-}
-
-TEST(RendererTables, FloatRendererNeedsAFloatTable) {
-  XFPImageRenderer fp;
-  EXPECT_EQ(ErrorNumberOf([&] { fp.ApplyLUT(XIntToColourLUT::GetStandardLUT(8)); }),
-            kErrRendererHasNoLUT);
+  EXPECT_EQ(XGrey16ImageRenderer(down16).GetWhiteColour(), kBlack);  // no downward test here
+  EXPECT_EQ(XGrey16ImageRenderer(XIntToColourLUT::GetStandardLUT(12)).GetWhite(), 4095.0);
 
   XFloatToColourLUT range(2.0, 10.0);
   range.MakeChannelLUT(kRedChannel);
-  XFPImageRenderer fromRange(range);
-  EXPECT_EQ(fromRange.GetBlack(), 2.0);
-  EXPECT_EQ(fromRange.GetWhite(), 10.0);
-  EXPECT_EQ(fromRange.GetWhiteColour(), XARGB32Colour(255, 255, 0, 0));
-
-  std::unique_ptr<XIntToColourLUT> back(fromRange.GetLUT());
+  XFPImageRenderer fp(range);
+  EXPECT_EQ(fp.GetBlack(), 2.0);
+  EXPECT_EQ(fp.GetWhiteColour(), XARGB32Colour(255, 255, 0, 0));
+  std::unique_ptr<XIntToColourLUT> back(fp.GetLUT());
   auto* floatBack = dynamic_cast<XFloatToColourLUT*>(back.get());
   ASSERT_NE(floatBack, nullptr);
-  EXPECT_EQ(floatBack->GetMin(), 2.0);
   EXPECT_EQ(floatBack->GetMax(), 10.0);
-  EXPECT_EQ(EntryOf(*back, 0), kBlack);
   EXPECT_EQ(EntryOf(*back, 255), XARGB32Colour(255, 255, 0, 0));
-  XFPImageRenderer again(*floatBack);
-  EXPECT_EQ(again.GetWhiteColour(), fromRange.GetWhiteColour());
 }
 
-// ------------------------------------------------------------------ copies
+using RendererStreams = RenderingStreamTest;
 
-TEST(RendererCopies, CloneKeepsClassAndSettings) {
+// The 12001 block of default settings with the given white point.
+XByteWriter& BaseBlock(XByteWriter& ioWriter, Float64 inWhite) {
+  return ioWriter.U32(0x2EE1).F64(0).F64(1).F64(1).F64(0).F64(inWhite).F64(1).F64(1).F64(1);
+}
+
+void Customise(XImageRenderer& ioRenderer) {
+  for (UInt32 p = 1; p <= 8; ++p) ioRenderer.SetProperty(p, p + 0.5);
+  ioRenderer.SetBlackColour(XARGB32Colour(10, 20, 30, 40));
+  ioRenderer.SetWhiteColour(XARGB32Colour(50, 60, 70, 80));
+  ioRenderer.SetRendererType(kRendererRainbow);
+}
+
+void ExpectSameSettings(const XImageRenderer& a, const XImageRenderer& b) {
+  EXPECT_EQ(typeid(a), typeid(b));
+  for (UInt32 p = 1; p <= 15; ++p) EXPECT_EQ(a.GetProperty(p), b.GetProperty(p)) << p;
+  EXPECT_EQ(a.GetBlackColour(), b.GetBlackColour());  // alpha too
+  EXPECT_EQ(a.GetWhiteColour(), b.GetWhiteColour());
+  EXPECT_EQ(a.GetRendererType(), b.GetRendererType());
+}
+
+TEST_F(RendererStreams, EveryClassWritesItsExactChain) {
+  // Base block; grey classes add 12002 version 2 with the type, then 12003
+  // with the two colours; then the concrete words.
+  const Float64 white[] = {255, 255, 65535, 1, 255, 255, 65535};
+  const std::vector<std::vector<UInt32>> words = {{12005}, {12005, 12004}, {12006}, {12010}, {12007}, {12008}, {12009}};
+  const auto all = EveryRenderer();
+  for (size_t i = 0; i < all.size(); ++i) {
+    XByteWriter expected;
+    BaseBlock(expected, white[i]);
+    if (i < 4) expected.U32(0x00022EE2).U32(0).U32(0x2EE3).Raw({0xFF, 0, 0, 0}).Raw({0xFF, 0xFF, 0xFF, 0xFF});
+    for (UInt32 w : words[i]) expected.U32(w);
+    EXPECT_EQ(BytesOf([&](XStream& s) { all[i]->WriteStream2(s); }), expected.bytes) << i;
+  }
+}
+
+TEST_F(RendererStreams, EveryClassRoundTripsThroughReadObjectAndReadStream2) {
+  const auto all = EveryRenderer(), targets = EveryRenderer();
+  for (size_t i = 0; i < all.size(); ++i) {
+    SCOPED_TRACE(i);
+    Customise(*all[i]);
+    XMemoryStream stream;
+    stream.WriteObject(*all[i]);
+    stream.SeekTo(0);
+    std::unique_ptr<XStorable> object(stream.ReadObject());
+    EXPECT_EQ(stream.GetPosition(), stream.GetExtent());
+    auto* back = dynamic_cast<XImageRenderer*>(object.get());
+    ASSERT_NE(back, nullptr);
+    ExpectSameSettings(*back, *all[i]);
+    EXPECT_EQ(ErrorReading(*targets[i], BytesOf([&](XStream& s) { all[i]->WriteStream2(s); })), 0);
+    ExpectSameSettings(*targets[i], *all[i]);
+  }
+}
+
+TEST_F(RendererStreams, GreyBlockBeforeVersion2HasNoType) {
+  XByteWriter v1;
+  BaseBlock(v1, 200).U32(0x00012EE2).U32(0x2EE3).Raw({0xFF, 1, 2, 3}).Raw({0xFF, 4, 5, 6}).U32(0x2EE5);
+  XGrey8ImageRenderer grey;
+  grey.SetRendererType(kRendererRainbow);
+  EXPECT_EQ(ErrorReading(grey, v1.bytes), 0);
+  EXPECT_EQ(grey.GetRendererType(), kRendererRainbow);  // stays as it was
+  EXPECT_EQ(grey.GetWhite(), 200.0);
+  EXPECT_EQ(grey.GetBlackColour(), XARGB32Colour(255, 1, 2, 3));
+  EXPECT_EQ(grey.GetWhiteColour(), XARGB32Colour(255, 4, 5, 6));
+}
+
+TEST_F(RendererStreams, WrongWordsAndNewerVersionsAreRefused) {
+  const auto all = EveryRenderer();
+  auto written = [&](size_t i) { return BytesOf([&](XStream& s) { all[i]->WriteStream2(s); }); };
+  EXPECT_EQ(ErrorReading(*all[0], written(2)), kErrWrongClass);  // 12006 for 12005
+  EXPECT_EQ(ErrorReading(*all[0], written(4)), kErrWrongClass);
+  EXPECT_NE(ErrorReading(*all[1], written(0)), 0);  // no 12004 word
+  XByteWriter newerGrey, newerConcrete;
+  BaseBlock(newerGrey, 255).U32(0x00032EE2).U32(0);
+  BaseBlock(newerConcrete, 255).U32(0x00012EE7);
+  EXPECT_EQ(ErrorReading(*all[0], newerGrey.bytes), kErrNewerVersion);
+  EXPECT_EQ(ErrorReading(*all[6], XByteWriter().U32(0x00012EE1).bytes), kErrNewerVersion);
+  EXPECT_EQ(ErrorReading(*all[4], newerConcrete.bytes), kErrNewerVersion);
+}
+
+TEST_F(RendererStreams, EveryTruncationThrowsAnXException) {
   XMaskImageRenderer mask;
-  mask.SetGain(3.0);
-  mask.SetWhiteColour(XARGB32Colour(255, 1, 2, 3));
-  std::unique_ptr<XImageRenderer> clone(mask.Clone());
-  ASSERT_NE(dynamic_cast<XMaskImageRenderer*>(clone.get()), nullptr);
-  EXPECT_EQ(clone->GetVersion(), XMaskImageRenderer::GetClassVersion());
-  EXPECT_EQ(clone->GetGain(), 3.0);
-  EXPECT_EQ(clone->GetWhiteColour(), XARGB32Colour(255, 1, 2, 3));
-
-  XFPImageRenderer fp;
-  fp.SetRendererType(kRendererRainbow);
-  XFPImageRenderer assigned;
-  assigned = fp;
-  EXPECT_EQ(assigned.GetRendererType(), kRendererRainbow);
-  EXPECT_EQ(assigned.GetWhite(), 1.0);
+  Customise(mask);
+  ExpectEveryCutOfTwoObjectsThrows(BytesOf([&](XStream& s) {
+    s.WriteObject(mask);
+    s.WriteObject(XFPImageRenderer());
+  }));
 }
 
 }  // namespace

@@ -1,32 +1,23 @@
 // The colour tools: the two colour-difference transforms (with the 32-bit
 // wrap of the RGB48 sums and the persisting maximum), the CMYK step's
 // four-voxel writes, and the 24-bit buffer import.
-#include <gtest/gtest.h>
-
 #include <cmath>
 #include <cstring>
 #include <memory>
 #include <vector>
 
-#include "SimpleToolsTestSupport.h"
+#include "ToolTestSupport.h"
 #include "tools/XKCMYToARGBTool.h"
 #include "tools/XRGB24ToARGB32Tool.h"
 #include "tools/XYCVolumeTools.h"
 
-using namespace simpletools;
-
-namespace {
-
+using namespace tooltest;
 using ARGB = XARGB32Colour;
 using RGB48 = XRGB48Colour;
 
-}  // namespace
-
-// ---------------------------------------------------------------- Y - C and C - Y
-
-TEST_F(SimpleToolTest, ARGB32TransformsClampAndMakeOpaque) {
-  const std::vector<ARGB> in = {ARGB(0, 0, 0, 0), ARGB(9, 255, 255, 255), ARGB(255, 255, 0, 0), ARGB(255, 0, 255, 0),
-                                ARGB(255, 0, 0, 255), ARGB(255, 10, 20, 30)};
+TEST_F(ToolTest, YCTransformsOnARGB32ClampAndMakeOpaque) {
+  const std::vector<ARGB> in = {ARGB(0, 0, 0, 0),     ARGB(9, 255, 255, 255), ARGB(255, 255, 0, 0),
+                                ARGB(255, 0, 255, 0), ARGB(255, 0, 0, 255),   ARGB(255, 10, 20, 30)};
   XYBarCVolumeTool yBarC;
   EXPECT_TRUE(std::isnan(yBarC.GetMaximum()));
   // Red's sum passes 256M and is clamped; negative sums clamp at 0.
@@ -40,7 +31,7 @@ TEST_F(SimpleToolTest, ARGB32TransformsClampAndMakeOpaque) {
                                ARGB(57, 57, 0), ARGB(26, 16, 6)}));
 }
 
-TEST_F(SimpleToolTest, RGB48TransformsWrapTheirSumsInThirtyTwoBits) {
+TEST_F(ToolTest, YCTransformsOnRGB48WrapTheirSumsInThirtyTwoBits) {
   // 13172 * 65535 + 32768 * 65535 passes 2^31: the red sum of a saturated
   // red wraps negative and clamps to 0, where unbounded sums would give 65535.
   XYBarCVolumeTool yBarC;
@@ -63,82 +54,61 @@ TEST_F(SimpleToolTest, RGB48TransformsWrapTheirSumsInThirtyTwoBits) {
             (std::vector<RGB48>{RGB48(255, 255, 255), RGB48(255, 195, 195)}));
 }
 
-TEST_F(SimpleToolTest, TransformsServeColourVolumesOnly) {
-  XGrey8Volume grey(2, 2, 1);
-  XGrey16Volume grey16(2, 2, 1);
-  XFPVolume fp(2, 2, 1);
-  XBGRA32Volume bgra(2, 2, 1);
+TEST_F(ToolTest, ColourToolsRefuseOtherTypes) {
   XYBarCVolumeTool yBarC;
   XYCBarVolumeTool yCBar;
-  for (XVolume* v : std::vector<XVolume*>{&grey, &grey16, &fp, &bgra}) {
-    EXPECT_EQ(ErrorOf([&] { yBarC.ApplyToolInPlace(*v); }), kErrNotForPixelType) << v->GetDescription();
-    EXPECT_EQ(ErrorOf([&] { yCBar.ApplyToolInPlace(*v); }), kErrNotForPixelType) << v->GetDescription();
-  }
+  XKCMYToARGBTool kcmy;
+  for (X1To1VolumeTool* tool : std::vector<X1To1VolumeTool*>{&yBarC, &yCBar, &kcmy})
+    ExpectRefused(Volumes<XGrey8Volume, XGrey16Volume, XFPVolume, XBGRA32Volume>(),
+                  [&](XVolume& v) { tool->ApplyToolInPlace(v); });
   EXPECT_TRUE(std::isnan(yBarC.GetMaximum()));  // a refusal fills nothing in
 }
 
-// ---------------------------------------------------------------- CMYK step
-
-TEST_F(SimpleToolTest, KCMYLeavesBlackAndThreeWhiteVoxelsBehindTheEnd) {
+TEST_F(ToolTest, KCMYWritesFourVoxelsAtATime) {
+  // Black, then three white voxels behind; the next voxel's black covers two
+  // of them. The three words behind the last voxel lie in the spare bytes.
   XARGB32Volume volume(3, 2, 2);
   FillWith(volume, [](SInt32 x, SInt32 y, SInt32 z) { return ARGB(UInt8(x), UInt8(y), UInt8(z), 77); });
   XKCMYToARGBTool().ApplyToolInPlace(volume);
-  XLock lock(volume, kLockRead);
-  const XARGB32Colour* voxels = volume.GetBaseVoxelPtr();
-  for (int i = 0; i < 12; ++i) EXPECT_EQ(voxels[i], ARGB(255, 0, 0, 0)) << i;
-  // The three words behind the last voxel lie in the block's spare bytes.
-  for (int i = 12; i < 15; ++i) EXPECT_EQ(voxels[i].GetARGB(), 0xFFFFFFFFu) << i;
-}
+  {
+    XLock lock(volume, kLockRead);
+    const XARGB32Colour* voxels = volume.GetBaseVoxelPtr();
+    for (int i = 0; i < 15; ++i) EXPECT_EQ(voxels[i].GetARGB(), i < 12 ? 0xFF000000u : 0xFFFFFFFFu) << i;
+  }
 
-TEST_F(SimpleToolTest, KCMYOnPaddedRows) {
   // Padding after a row is written white and stays so; the next row's
   // voxels are scanned after and end black.
-  std::vector<UInt8> data(2 * 4 * 4 + 16, 0x11);
-  auto padded = volumetest::ReadFromBytes<XARGB32Volume>(PaddedVolumeBytes(65644, 2, 2, 1, 4, data));
+  auto padded = ReadPadded<XARGB32Volume>(65644, 2, 2, 1, 4, std::vector<UInt8>(2 * 4 * 4 + 16, 0x11));
   ASSERT_TRUE(padded);
   XKCMYToARGBTool().ApplyToolInPlace(*padded);
-  XLock lock(*padded, kLockRead);
-  const UInt32 black = 0xFF000000, white = 0xFFFFFFFF;
-  const UInt32 expected[] = {black, black, white, white, black, black, white, white, white, 0x11111111};
-  const XARGB32Colour* voxels = padded->GetBaseVoxelPtr();
-  for (int i = 0; i < 10; ++i) EXPECT_EQ(voxels[i].GetARGB(), expected[i]) << i;
-}
+  {
+    XLock lock(*padded, kLockRead);
+    const UInt32 black = 0xFF000000, white = 0xFFFFFFFF;
+    const UInt32 expected[] = {black, black, white, white, black, black, white, white, white, 0x11111111};
+    for (int i = 0; i < 10; ++i) EXPECT_EQ(padded->GetBaseVoxelPtr()[i].GetARGB(), expected[i]) << i;
+  }
 
-TEST_F(SimpleToolTest, KCMYRefusesOtherTypesAndABlockWithoutRoomBehind) {
-  XBGRA32Volume bgra(2, 2, 1);
-  XGrey8Volume grey(2, 2, 1);
-  EXPECT_EQ(ErrorOf([&] { XKCMYToARGBTool().ApplyToolInPlace(bgra); }), kErrNotForPixelType);
-  EXPECT_EQ(ErrorOf([&] { XKCMYToARGBTool().ApplyToolInPlace(grey); }), kErrNotForPixelType);
-
-  // A block read from a stream may end at the last voxel.
-  std::vector<UInt8> data(2 * 2 * 4, 0);
-  auto tight = volumetest::ReadFromBytes<XARGB32Volume>(PaddedVolumeBytes(65644, 2, 2, 1, 2, data));
+  // A block read from a stream may end at the last voxel: no room behind.
+  auto tight = ReadPadded<XARGB32Volume>(65644, 2, 2, 1, 2, std::vector<UInt8>(2 * 2 * 4, 0));
   ASSERT_TRUE(tight);
   ASSERT_EQ(tight->GetDataSize(), 16u);
   EXPECT_THROW(XKCMYToARGBTool().ApplyToolInPlace(*tight), XInternalError);
 }
 
-// ---------------------------------------------------------------- 24-bit import
-
-TEST_F(SimpleToolTest, BGR24ImportPutsBlueGreenRedInTheHighBytes) {
-  // Two rows of two pixels, rows 8 bytes apart; two planes follow on.
-  const std::vector<UInt8> buffer = {
-      10, 20, 30, 11, 21, 31, 99, 99,  // plane 0, row 0
-      12, 22, 32, 13, 23, 33, 99, 99,  // plane 0, row 1
-      0,  0,  0,  255, 255, 255, 99, 99,
-      1,  2,  3,  4,   5,   6,   99, 99,
-  };
+TEST_F(ToolTest, BGR24ImportPutsBlueGreenRedInTheHighBytes) {
+  // Two rows of two pixels, rows 8 bytes apart; a second plane follows on.
+  const std::vector<UInt8> buffer = {10, 20, 30, 11, 21, 31, 99, 99, 12, 22, 32, 13, 23, 33, 99, 99,
+                                     0,  0,  0,  9,  9,  9,  99, 99, 1,  2,  3,  4,  5,  6,  99, 99};
   XARGB32Volume dest(X3DRect(-1, 4, 2, 1, 6, 4));
   XRGB24ToARGB32Tool::BGR24ToARGB32(buffer.data(), 8, dest);
-  EXPECT_EQ(VoxelAt(dest, -1, 4, 2), ARGB(0, 30, 20, 10));
-  const XARGB32Colour first = VoxelAt(dest, -1, 4, 2);
   UInt32 word;
+  const XARGB32Colour first = VoxelAt(dest, -1, 4, 2);
   std::memcpy(&word, &first, 4);
   EXPECT_EQ(word, 0x0A141E00u);  // blue, green, red in the high bytes of the word in memory
-  EXPECT_EQ(VoxelAt(dest, 0, 4, 2), ARGB(0, 31, 21, 11));
-  EXPECT_EQ(VoxelAt(dest, 0, 5, 2), ARGB(0, 33, 23, 13));
-  EXPECT_EQ(VoxelAt(dest, 0, 4, 3), ARGB(0, 255, 255, 255));
-  EXPECT_EQ(VoxelAt(dest, 0, 5, 3), ARGB(0, 6, 5, 4));
+  const std::vector<ARGB> expected = {{0, 30, 20, 10}, {0, 31, 21, 11}, {0, 32, 22, 12}, {0, 33, 23, 13},
+                                      {0, 0, 0, 0},    {0, 9, 9, 9},    {0, 3, 2, 1},    {0, 6, 5, 4}};
+  XLock lock(dest, kLockRead);
+  EXPECT_EQ(std::vector<ARGB>(dest.GetBaseVoxelPtr(), dest.GetBaseVoxelPtr() + 8), expected);
 
   XARGB32Volume packed(2, 1, 1);
   const UInt8 row[] = {1, 2, 3, 4, 5, 6};

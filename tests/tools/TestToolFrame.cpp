@@ -2,6 +2,7 @@
 // the 1-to-many and scanning frames.
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "ToolTestSupport.h"
 #include "tools/X1To1VolumeTool.h"
@@ -16,6 +17,12 @@ namespace {
 class XProbeTool : public X1To1VolumeTool {
  public:
   std::string itsSlot;
+  std::string SlotFor(XVolume& ioVolume) {
+    itsSlot.clear();
+    ApplyToolInPlace(ioVolume);
+    return itsSlot;
+  }
+  void Run(const XVolume& a, XVolume& b) { ApplyToolSelf(a, b); }
 
  protected:
   void ApplyToolGrey8(const XGrey8Volume&, XVolume&) override { itsSlot += "Grey8"; }
@@ -53,103 +60,58 @@ class XAddOneTool : public X1To1VolumeTool {
   }
 };
 
-template <class V>
-std::string SlotFor(X1To1VolumeTool& ioTool, std::string& ioSlot) {
-  V volume(2, 2, 1);
-  ioSlot.clear();
-  ioTool.ApplyToolInPlace(volume);
-  return ioSlot;
-}
-
 }  // namespace
 
-class ToolFrameTest : public ToolTest {};
-
-TEST_F(ToolFrameTest, DispatchReachesTheSlotOfEachPixelType) {
-  XProbeTool tool;
-  EXPECT_EQ(SlotFor<XGrey8Volume>(tool, tool.itsSlot), "Grey8");
-  EXPECT_EQ(SlotFor<XGrey16Volume>(tool, tool.itsSlot), "Grey16");
-  EXPECT_EQ(SlotFor<XARGB32Volume>(tool, tool.itsSlot), "ARGB32");
-  EXPECT_EQ(SlotFor<XBGRA32Volume>(tool, tool.itsSlot), "BGRA32");
-  EXPECT_EQ(SlotFor<XRGB48Volume>(tool, tool.itsSlot), "RGB48");
-  EXPECT_EQ(SlotFor<XFPVolume>(tool, tool.itsSlot), "FP");
+TEST_F(ToolTest, DispatchReachesTheSlotOfEachPixelTypeAndThrows2500Elsewhere) {
+  auto all = Volumes<XGrey8Volume, XMaskVolume, XGrey16Volume, XARGB32Volume, XBGRA32Volume, XRGB48Volume, XFPVolume>();
   // A mask is a Grey8 volume too; by default the mask slot serves it as grey.
-  EXPECT_EQ(SlotFor<XMaskVolume>(tool, tool.itsSlot), "Grey8");
-  XMaskProbeTool maskTool;
-  EXPECT_EQ(SlotFor<XMaskVolume>(maskTool, maskTool.itsSlot), "Mask");
-  EXPECT_EQ(SlotFor<XGrey8Volume>(maskTool, maskTool.itsSlot), "Grey8");
-}
-
-TEST_F(ToolFrameTest, TypesWithoutASlotThrow2500) {
+  const char* slots[] = {"Grey8", "Grey8", "Grey16", "ARGB32", "BGRA32", "RGB48", "FP"};
   XProbeTool probe;
-  XGrey32Volume labels(2, 2, 1);
-  EXPECT_EQ(ErrorOf([&] { probe.ApplyToolInPlace(labels); }), kErrNotForPixelType);
-  EXPECT_EQ(ErrorOf([&] { delete probe.ApplyTool(labels); }), kErrNotForPixelType);
+  XMaskProbeTool maskProbe;
+  for (size_t i = 0; i < all.size(); ++i) EXPECT_EQ(probe.SlotFor(*all[i]), slots[i]);
+  EXPECT_EQ(maskProbe.SlotFor(*all[1]), "Mask");
+  EXPECT_EQ(maskProbe.SlotFor(*all[0]), "Grey8");
+  ExpectRefused(Volumes<XGrey32Volume>(), [&](XVolume& v) { probe.ApplyToolInPlace(v); });
+  ExpectRefused(Volumes<XGrey32Volume>(), [&](XVolume& v) { delete probe.ApplyTool(v); });
+  EXPECT_THROW(probe.Run(*all[0], *all[1]), XInternalError);  // source and destination of one class
 
   // A tool that serves Grey8 only refuses the others from the default slots,
   // before it has changed anything.
   XAddOneTool grey8Only;
+  ExpectRefused(Volumes<XFPVolume, XBGRA32Volume, XRGB48Volume, XARGB32Volume>(),
+                [&](XVolume& v) { grey8Only.ApplyToolInPlace(v); });
   XGrey16Volume grey16(2, 2, 1);
   grey16.Fill(7);
   EXPECT_EQ(ErrorOf([&] { grey8Only.ApplyToolInPlace(grey16); }), kErrNotForPixelType);
-  EXPECT_EQ(At(grey16, 1, 1, 0), 7);
-  XFPVolume fp(2, 2, 1);
-  EXPECT_EQ(ErrorOf([&] { grey8Only.ApplyToolInPlace(fp); }), kErrNotForPixelType);
-  XBGRA32Volume bgra(2, 2, 1);
-  EXPECT_EQ(ErrorOf([&] { grey8Only.ApplyToolInPlace(bgra); }), kErrNotForPixelType);
+  EXPECT_EQ(VoxelAt(grey16, 1, 1, 0), 7);
 }
 
-TEST_F(ToolFrameTest, SourceAndDestinationMustBeOfOneClass) {
-  class XMismatchTool : public XProbeTool {
-   public:
-    void Run(const XVolume& a, XVolume& b) { ApplyToolSelf(a, b); }
-  } tool;
-  XGrey8Volume grey(2, 2, 1);
-  XMaskVolume mask(2, 2, 1);
-  EXPECT_THROW(tool.Run(grey, mask), XInternalError);
-}
-
-TEST_F(ToolFrameTest, ApplyToolMakesANewVolumeAndLeavesTheSource) {
-  XAddOneTool tool;
+TEST_F(ToolTest, TheNewVolumeInPlaceAndCloneRoads) {
   XGrey8Volume source(X3DRect(-3, 4, 1, 1, 7, 3));
   FillWith(source, [](SInt32 x, SInt32 y, SInt32 z) { return UInt8(x + y + z + 10); });
-  std::unique_ptr<XVolume> result(tool.ApplyTool(source));
-  ASSERT_TRUE(result);
-  EXPECT_EQ(typeid(*result), typeid(XGrey8Volume));
-  EXPECT_EQ(result->GetBounds(), source.GetBounds());
-  auto& dest = static_cast<XGrey8Volume&>(*result);
-  EXPECT_EQ(At(dest, -3, 4, 1), UInt8(-3 + 4 + 1 + 11));
-  EXPECT_EQ(At(dest, 0, 6, 2), UInt8(0 + 6 + 2 + 11));
-  EXPECT_EQ(At(source, 0, 6, 2), UInt8(0 + 6 + 2 + 10));
-}
-
-TEST_F(ToolFrameTest, InPlaceWorksOnTheVolumeOrThroughAClone) {
-  for (bool inPlace : {true, false}) {
-    XAddOneTool tool;
-    tool.itsInPlace = inPlace;
-    XGrey8Volume volume(3, 2, 2);
-    volume.Fill(254);
-    tool.ApplyToolInPlace(volume);
-    EXPECT_EQ(At(volume, 2, 1, 1), 255) << inPlace;
-    tool.ApplyToolInPlace(volume);
-    EXPECT_EQ(At(volume, 0, 0, 0), 0) << inPlace;
-  }
-}
-
-TEST_F(ToolFrameTest, AFailureOnTheCloneRoadLeavesTheVolumeUnchanged) {
   XAddOneTool tool;
+  std::unique_ptr<XVolume> result(tool.ApplyTool(source));
+  ASSERT_EQ(typeid(*result), typeid(XGrey8Volume));
+  EXPECT_EQ(result->GetBounds(), source.GetBounds());
+  EXPECT_EQ(VoxelAt(static_cast<XGrey8Volume&>(*result), 0, 6, 2), UInt8(0 + 6 + 2 + 11));
+  EXPECT_EQ(VoxelAt(source, 0, 6, 2), UInt8(0 + 6 + 2 + 10));  // the source is left alone
+  for (bool inPlace : {true, false}) {
+    tool.itsInPlace = inPlace;
+    tool.ApplyToolInPlace(source);
+    EXPECT_EQ(VoxelAt(source, -3, 4, 1), UInt8(-3 + 4 + 1 + 11 + !inPlace)) << inPlace;
+  }
+
+  // A failure on the clone road leaves the volume as it was; in place, the
+  // planes written before the failure stay written.
   tool.itsFailAfterWriting = true;
-  tool.itsInPlace = false;
   XGrey8Volume volume(2, 2, 2);
   volume.Fill(5);
   EXPECT_EQ(ErrorOf([&] { tool.ApplyToolInPlace(volume); }), kErrGeneral);
-  EXPECT_EQ(At(volume, 0, 0, 0), 5);
-
-  // In place, the planes written before the failure stay written.
+  EXPECT_EQ(VoxelAt(volume, 0, 0, 0), 5);
   tool.itsInPlace = true;
   EXPECT_EQ(ErrorOf([&] { tool.ApplyToolInPlace(volume); }), kErrGeneral);
-  EXPECT_EQ(At(volume, 0, 0, 0), 6);
-  EXPECT_EQ(At(volume, 0, 0, 1), 5);
+  EXPECT_EQ(VoxelAt(volume, 0, 0, 0), 6);
+  EXPECT_EQ(VoxelAt(volume, 0, 0, 1), 5);
 }
 
 namespace {
@@ -165,26 +127,6 @@ class XSplitProbe : public X1ToManyVolumeTool {
   }
 };
 
-}  // namespace
-
-TEST_F(ToolFrameTest, OneToManyMovesTheResultsOutAndHasNoBGRASlot) {
-  XSplitProbe tool;
-  XMaskVolume mask(2, 3, 1);
-  XPtrVector<XVolume> masks = tool.ApplyTool(mask);
-  ASSERT_EQ(masks.size(), 2u);
-  EXPECT_EQ(typeid(*masks[0]), typeid(XMaskVolume));
-  XARGB32Volume colour(4, 1, 1);
-  EXPECT_EQ(tool.ApplyTool(colour).size(), 3u);
-  XBGRA32Volume bgra(4, 1, 1);
-  EXPECT_EQ(ErrorOf([&] { tool.ApplyTool(bgra); }), kErrNotForPixelType);
-  XGrey16Volume grey16(1, 1, 1);
-  EXPECT_EQ(ErrorOf([&] { tool.ApplyTool(grey16); }), kErrNotForPixelType);
-  XGrey32Volume labels(1, 1, 1);
-  EXPECT_EQ(ErrorOf([&] { tool.ApplyTool(labels); }), kErrNotForPixelType);
-}
-
-namespace {
-
 // Swaps red and blue of every ARGB voxel and remembers the region it was given.
 class XSwapRedBlueTool : public XVolumeScanningTool {
  public:
@@ -195,46 +137,41 @@ class XSwapRedBlueTool : public XVolumeScanningTool {
   void ApplyToolARGB32(XARGB32Volume& ioVolume, const X3DRegion* inRegion) override {
     itsSlot += "ARGB32";
     itsRegion = inRegion;
-    XLock lock(ioVolume, kLockReadWrite);
-    const X3DRect& b = ioVolume.GetBounds();
-    for (SInt32 z = b.front; z < b.back; ++z)
-      for (SInt32 y = b.top; y < b.bottom; ++y)
-        for (SInt32 x = b.left; x < b.right; ++x) {
-          XARGB32Colour c = ioVolume.GetVoxel(x, y, z);
-          std::swap(c.red, c.blue);
-          ioVolume.SetVoxel(x, y, z, c);
-        }
+    FillWith(ioVolume, [&](SInt32 x, SInt32 y, SInt32 z) {
+      XARGB32Colour c = ioVolume.GetVoxel(x, y, z);
+      std::swap(c.red, c.blue);
+      return c;
+    });
   }
   void ApplyToolGrey8(XGrey8Volume&, const X3DRegion*) override { itsSlot += "Grey8"; }
 };
 
 }  // namespace
 
-TEST_F(ToolFrameTest, ScanningToolsSeeBGRAAsARGBAndMasksAsGrey) {
+TEST_F(ToolTest, OneToManyMovesTheResultsOutAndHasNoBGRASlot) {
+  XSplitProbe tool;
+  XMaskVolume mask(2, 3, 1);
+  XPtrVector<XVolume> masks = tool.ApplyTool(mask);
+  ASSERT_EQ(masks.size(), 2u);
+  EXPECT_EQ(typeid(*masks[0]), typeid(XMaskVolume));
+  XARGB32Volume colour(4, 1, 1);
+  EXPECT_EQ(tool.ApplyTool(colour).size(), 3u);
+  ExpectRefused(Volumes<XBGRA32Volume, XGrey16Volume, XGrey32Volume>(), [&](XVolume& v) { tool.ApplyTool(v); });
+}
+
+TEST_F(ToolTest, ScanningToolsSeeBGRAAsARGBAndMasksAsGrey) {
   XSwapRedBlueTool tool;
   XBGRA32Volume bgra(X3DRect(5, 5, 5, 7, 6, 6));
-  XBGRA32Colour c;
-  c.red = 10;
-  c.green = 20;
-  c.blue = 30;
-  c.alpha = 255;
-  bgra.Fill(c);
+  bgra.Fill(XBGRA32Colour(255, 10, 20, 30));
   X3DRegion region(X3DRect(5, 5, 5, 6, 6, 6));
   tool.ApplyTool(bgra, &region);
   EXPECT_EQ(tool.itsSlot, "ARGB32");
   EXPECT_EQ(tool.itsRegion, &region);
-  XBGRA32Colour out = At(bgra, 6, 5, 5);
-  EXPECT_EQ(out.red, 30);
-  EXPECT_EQ(out.green, 20);
-  EXPECT_EQ(out.blue, 10);
-  EXPECT_EQ(out.alpha, 255);
+  EXPECT_TRUE(VoxelAt(bgra, 6, 5, 5) == XBGRA32Colour(255, 30, 20, 10));
 
   tool.itsSlot.clear();
   XMaskVolume mask(1, 1, 1);
   tool.ApplyTool(mask, nullptr);
   EXPECT_EQ(tool.itsSlot, "Grey8");
-  XFPVolume fp(1, 1, 1);
-  EXPECT_EQ(ErrorOf([&] { tool.ApplyTool(fp, nullptr); }), kErrNotForPixelType);
-  XGrey32Volume labels(1, 1, 1);
-  EXPECT_EQ(ErrorOf([&] { tool.ApplyTool(labels, nullptr); }), kErrNotForPixelType);
+  ExpectRefused(Volumes<XFPVolume, XGrey32Volume>(), [&](XVolume& v) { tool.ApplyTool(v, nullptr); });
 }

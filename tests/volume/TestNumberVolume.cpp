@@ -1,38 +1,18 @@
 // What volumes of a number type do for themselves, the per-type additions of
-// masks and colour volumes, the nearest-choice tables and the level pyramid.
+// masks and colour volumes, and the level pyramid.
 #include <cmath>
 
 #include "volume/X3DRegion.h"
 #include "volume/XVolumeLevelScalingHelper.h"
-#include "volume/XVolumeScaler.h"
 #include "VolumeTestSupport.h"
 
 using namespace volumetest;
 
-namespace {
-
-class NumberVolume : public VolumeTest {};
-
-template <class V>
-std::unique_ptr<V> Row(const std::vector<typename V::Voxel>& inValues) {
-  auto volume = std::make_unique<V>(UInt32(inValues.size()), 1, 1);
-  FillWith(*volume, [&](SInt32 x, SInt32, SInt32) { return inValues[x]; });
-  return volume;
-}
-
-template <class V>
-std::vector<typename V::Voxel> Values(const V& inVolume) {
-  std::vector<typename V::Voxel> values;
-  XLock lock(inVolume, kLockRead);
-  for (SInt32 x = 0; x < SInt32(inVolume.GetWidth()); ++x) values.push_back(inVolume.GetVoxel(x, 0, 0));
-  return values;
-}
-
-}  // namespace
+using NumberVolume = VolumeTest;
 
 // ---------------------------------------------------------------- arithmetic
 
-TEST_F(NumberVolume, IntegerArithmeticWrapsWithoutSaturation) {
+TEST_F(NumberVolume, ValueArithmeticWrapsWithoutSaturation) {
   auto grey = Row<XGrey8Volume>({200, 0, 255});
   *grey += 100;
   EXPECT_EQ(Values(*grey), (std::vector<UInt8>{44, 100, 99}));
@@ -44,20 +24,25 @@ TEST_F(NumberVolume, IntegerArithmeticWrapsWithoutSaturation) {
   auto labels = Row<XGrey32Volume>({0xFFFFFFFFu, 7});
   *labels += 2;
   EXPECT_EQ(Values(*labels), (std::vector<UInt32>{1, 9}));
-}
-
-TEST_F(NumberVolume, DivisionByAValueGoesThroughItsReciprocal) {
-  auto grey = Row<XGrey8Volume>({200, 3});
-  *grey /= 2;  // the factor 0.5 becomes 0 in 8 bits: the volume clears
-  EXPECT_EQ(Values(*grey), (std::vector<UInt8>{0, 0}));
+  // SubtractAndClamp floors unsigned types only.
+  auto floored = Row<XGrey8Volume>({5, 50});
+  floored->SubtractAndClamp(10);
+  EXPECT_EQ(Values(*floored), (std::vector<UInt8>{0, 40}));
+  auto fp = Row<XFPVolume>({5.0f});
+  fp->SubtractAndClamp(10.0f);
+  EXPECT_EQ(Values(*fp)[0], -5.0f);
+  // Division by a value goes through its reciprocal.
+  auto halved = Row<XGrey8Volume>({200, 3});
+  *halved /= 2;  // the factor 0.5 becomes 0 in 8 bits: the volume clears
+  EXPECT_EQ(Values(*halved), (std::vector<UInt8>{0, 0}));
   auto same = Row<XGrey8Volume>({200, 3});
   *same /= 1;
   EXPECT_EQ(Values(*same), (std::vector<UInt8>{200, 3}));
   *same /= 0;  // an infinite factor converts to 0, not to undefined behaviour
   EXPECT_EQ(Values(*same), (std::vector<UInt8>{0, 0}));
-  auto fp = Row<XFPVolume>({3.0f, -1.0f});
-  *fp /= 4.0f;
-  EXPECT_EQ(Values(*fp), (std::vector<Float32>{0.75f, -0.25f}));
+  auto quarter = Row<XFPVolume>({3.0f, -1.0f});
+  *quarter /= 4.0f;
+  EXPECT_EQ(Values(*quarter), (std::vector<Float32>{0.75f, -0.25f}));
 }
 
 TEST_F(NumberVolume, VolumeFormsWorkVoxelByVoxel) {
@@ -105,31 +90,16 @@ TEST_F(NumberVolume, LogExpRoundAndSqrtTruncates) {
   EXPECT_EQ(Values(*fp)[0], std::sqrt(2.0f));
 }
 
-TEST_F(NumberVolume, SubtractAndClampFloorsUnsignedTypesOnly) {
-  auto grey = Row<XGrey8Volume>({5, 50});
-  grey->SubtractAndClamp(10);
-  EXPECT_EQ(Values(*grey), (std::vector<UInt8>{0, 40}));
-  auto fp = Row<XFPVolume>({5.0f});
-  fp->SubtractAndClamp(10.0f);
-  EXPECT_EQ(Values(*fp)[0], -5.0f);
-}
-
 // ---------------------------------------------------------------- reductions
 
 TEST_F(NumberVolume, ReductionsSeeTheVoxelsNotThePadding) {
   // Rows of 3 for a width of 2: the padding holds 250, which no reduction may see.
-  Bytes b;
-  b.U32(65641).U32(520).U32(2).U32(2).U32(1).U32(0).U32(0).U32(0).F64(1).F64(1).F64(1);
-  b.U32(114).U32(65638).U32(3).U32(0).Handle({4, 9, 250, 6, 1, 250}).U32(103).U32(65640).U32(65641);
-  auto grey = ReadFromBytes<XGrey8Volume>(b.Get());
+  auto grey = ReadFromBytes<XGrey8Volume>(Grey8Stream(2, 2, 1, 3, {4, 9, 250, 6, 1, 250}).Get());
   UInt8 low, high;
   grey->FindMinMax(low, high);
-  EXPECT_EQ(low, 1);
-  EXPECT_EQ(high, 9);
-  EXPECT_EQ(grey->FindMin(), 1);
-  EXPECT_EQ(grey->FindMax(), 9);
+  EXPECT_EQ(std::vector<int>({low, high, grey->FindMin(), grey->FindMax(), grey->FindMean()}),
+            (std::vector<int>{1, 9, 1, 9, 5}));
   EXPECT_EQ(grey->FindSum(), 20.0);
-  EXPECT_EQ(grey->FindMean(), 5);
   XGrey8Volume other(2, 2, 1);
   other.Fill(5);
   EXPECT_EQ(grey->FindAbsoluteDifference(other), 1.0 + 4.0 + 1.0 + 4.0);
@@ -139,15 +109,12 @@ TEST_F(NumberVolume, ReductionsOfFloats) {
   auto fp = Row<XFPVolume>({-3.5f, 2.0f, 0.25f, -1.0f, 8.0f});
   Float32 low, high;
   fp->FindMinMax(low, high);
-  EXPECT_EQ(low, -3.5f);
-  EXPECT_EQ(high, 8.0f);
-  EXPECT_DOUBLE_EQ(fp->FindSum(), 5.75);
-  EXPECT_DOUBLE_EQ(fp->FindAbsSum(), 14.75);
+  EXPECT_EQ(std::vector<Float64>({low, high, fp->FindSum(), fp->FindAbsSum(),
+                                  fp->FindAbsoluteDifference(*Row<XFPVolume>({0, 0, 0, 0, 0}))}),
+            (std::vector<Float64>{-3.5, 8.0, 5.75, 14.75, 14.75}));
   EXPECT_FLOAT_EQ(fp->FindMean(), 1.15f);
-  EXPECT_DOUBLE_EQ(fp->FindAbsoluteDifference(*Row<XFPVolume>({0, 0, 0, 0, 0})), 14.75);
-  XFPVolume empty;
-  EXPECT_EQ(empty.FindMean(), 0.0f);
-  EXPECT_EQ(empty.FindSum(), 0.0);
+  EXPECT_EQ(XFPVolume().FindMean(), 0.0f);
+  EXPECT_EQ(XFPVolume().FindSum(), 0.0);
 }
 
 TEST_F(NumberVolume, GainAndOffsetMatchTheReferencesBand) {
@@ -172,32 +139,21 @@ TEST_F(NumberVolume, InterpolationIsTrilinearAndClampsAtTheEdge) {
   EXPECT_FLOAT_EQ(volume.GetInterpolatedVoxel(11.5f, 21, 30), 3.0f);  // beyond the last voxel: the edge
   EXPECT_FLOAT_EQ(volume.GetInterpolatedVoxel(-100, 20, 30), 0.0f);
 
-  XARGB32Volume colour(2, 1, 1);
-  {
-    XLock colourLock(colour, kLockReadWrite);
-    colour.SetVoxel(0, 0, 0, XARGB32Colour(255, 0, 100, 200));
-    colour.SetVoxel(1, 0, 0, XARGB32Colour(0, 255, 0, 100));
-  }
-  XLock colourLock(colour, kLockRead);
-  XRGBFloat32Colour c = colour.GetInterpolatedVoxel(0.25f, 0, 0);
-  EXPECT_FLOAT_EQ(c.red, 63.75f);
-  EXPECT_FLOAT_EQ(c.green, 75.0f);
-  EXPECT_FLOAT_EQ(c.blue, 175.0f);
-  XRGB48Volume rgb(1, 1, 1);
-  rgb.Fill(XRGB48Colour(1, 2, 60000));
-  XLock rgbLock(rgb, kLockRead);
-  EXPECT_FLOAT_EQ(rgb.GetInterpolatedVoxel(0.5f, 0.5f, 0.5f).blue, 60000.0f);
+  auto colour = Row<XARGB32Volume>({XARGB32Colour(255, 0, 100, 200), XARGB32Colour(0, 255, 0, 100)});
+  XLock colourLock(*colour, kLockRead);
+  EXPECT_EQ(colour->GetInterpolatedVoxel(0.25f, 0, 0), XRGBFloat32Colour(63.75f, 75.0f, 175.0f));
+  auto rgb = Row<XRGB48Volume>({XRGB48Colour(1, 2, 60000)});
+  XLock rgbLock(*rgb, kLockRead);
+  EXPECT_FLOAT_EQ(rgb->GetInterpolatedVoxel(0.5f, 0.5f, 0.5f).blue, 60000.0f);
 }
 
 // ---------------------------------------------------------------- masks and colour
 
-TEST_F(NumberVolume, MaskThresholdSplitsAtTheValue) {
+TEST_F(NumberVolume, MaskThresholdAndColourAlpha) {
   auto mask = Row<XMaskVolume>({0, 127, 128, 255});
   mask->Threshold(127);
   EXPECT_EQ(Values(*mask), (std::vector<UInt8>{0, 0, 255, 255}));
-}
 
-TEST_F(NumberVolume, FillAlphaChannelLeavesColoursAlone) {
   auto colour = Row<XARGB32Volume>({XARGB32Colour(1, 2, 3, 4), XARGB32Colour(5, 6, 7, 8)});
   colour->FillAlphaChannel(200);
   EXPECT_EQ(Values(*colour),
@@ -210,18 +166,6 @@ TEST_F(NumberVolume, FillAlphaChannelLeavesColoursAlone) {
 }
 
 // ---------------------------------------------------------------- tables and pyramids
-
-TEST_F(NumberVolume, ScalerTablesPickSourceIndexTimesStride) {
-  XVolumeScaler scaler(X3DRect(0, 0, 0, 4, 3, 1), X3DRect(0, 0, 0, 8, 2, 3), 1, 10, 100);
-  const UInt64 x[] = {0, 0, 1, 1, 2, 2, 3, 3};
-  for (UInt32 i = 0; i < 8; ++i) EXPECT_EQ(scaler.GetSrcX(i), x[i]);
-  EXPECT_EQ(scaler.GetSrcY(1), 10u);  // 1 * 3 / 2 = 1
-  EXPECT_EQ(scaler.GetSrcZ(2), 0u);
-  EXPECT_FALSE(scaler.IsXIdentity());
-  std::vector<UInt64> table;
-  XVolumeScaler::FillArray(table, 3, 3, 4);
-  EXPECT_EQ(table, (std::vector<UInt64>{0, 4, 8}));
-}
 
 TEST_F(NumberVolume, LevelHelperHalvesTheShortAxesFirst) {
   XVolumeLevelScalingHelper helper(X3DRect(-3, 0, 0, 1000, 1000, 100), X3DPointF(0.5f, 0.5f, -2.0f));

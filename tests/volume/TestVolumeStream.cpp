@@ -8,23 +8,9 @@
 
 using namespace volumetest;
 
+using VolumeStream = VolumeTest;
+
 namespace {
-
-class VolumeStream : public VolumeTest {};
-
-// The XVolume layer of a stream: tag 520, sizes, origin, calibrations.
-Bytes& VolumeLayer(Bytes& b, UInt32 w, UInt32 h, UInt32 d, SInt32 l = 0, SInt32 t = 0, SInt32 f = 0) {
-  return b.U32(520).U32(w).U32(h).U32(d).U32(UInt32(l)).U32(UInt32(t)).U32(UInt32(f)).F64(1).F64(1).F64(1);
-}
-
-// A complete Grey8 stream of the given rows and data.
-Bytes Grey8Stream(UInt32 w, UInt32 h, UInt32 d, UInt32 inRowVoxels, const std::vector<UInt8>& inData) {
-  Bytes b;
-  b.U32(65641);
-  VolumeLayer(b, w, h, d).U32(114).U32(65638).U32(inRowVoxels).U32(0).Handle(inData);
-  b.U32(103).U32(65640).U32(65641);
-  return b;
-}
 
 template <class V, class Fn>
 std::unique_ptr<V> Made(const X3DRect& inBounds, Fn inValueAt) {
@@ -38,11 +24,12 @@ std::unique_ptr<V> Made(const X3DRect& inBounds, Fn inValueAt) {
 
 template <class V>
 void ExpectSameVolume(const V& inRead, const V& inWritten) {
+  auto calibration = [](const V& v) {
+    return std::vector<Float64>{v.GetXCalibration(), v.GetYCalibration(), v.GetZCalibration()};
+  };
   EXPECT_EQ(inRead.GetVersion(), inWritten.GetVersion());
   EXPECT_EQ(inRead.GetBounds(), inWritten.GetBounds());
-  EXPECT_EQ(inRead.GetXCalibration(), inWritten.GetXCalibration());
-  EXPECT_EQ(inRead.GetYCalibration(), inWritten.GetYCalibration());
-  EXPECT_EQ(inRead.GetZCalibration(), inWritten.GetZCalibration());
+  EXPECT_EQ(calibration(inRead), calibration(inWritten));
   EXPECT_TRUE(inRead == inWritten);
   EXPECT_EQ(inRead.HasPlaneRenderer(), inWritten.HasPlaneRenderer());
 }
@@ -50,13 +37,13 @@ void ExpectSameVolume(const V& inRead, const V& inWritten) {
 // Through the registry's stream constructor and through the layer reader, in both byte orders.
 template <class V, class Fn>
 void RoundTrip(Fn inValueAt) {
+  SCOPED_TRACE(V().GetDescription());
   auto volume = Made<V>(X3DRect(-4, 3, 100, 1, 6, 102), inValueAt);
   for (XByteOrder order : {kLittleEndian, kBigEndian}) {
     std::vector<UInt8> bytes = WriteToBytes(*volume, order);
     auto read = ReadFromBytes<V>(bytes, order);
     ASSERT_TRUE(read);
     ExpectSameVolume(*read, *volume);
-
     XMemoryStream stream(bytes.data(), bytes.size(), order);
     EXPECT_EQ(stream.ReadVersion(), V::GetClassVersion());
     V layered;
@@ -66,267 +53,16 @@ void RoundTrip(Fn inValueAt) {
   }
 }
 
-}  // namespace
-
-// ---------------------------------------------------------------- round trips
-
-TEST_F(VolumeStream, EveryClassRoundTrips) {
-  RoundTrip<XGrey8Volume>([](SInt32 x, SInt32 y, SInt32 z) { return UInt8(x * 3 + y * 7 + z); });
-  RoundTrip<XMaskVolume>([](SInt32 x, SInt32 y, SInt32) { return UInt8((x + y) & 1 ? 255 : 0); });
-  RoundTrip<XGrey16Volume>([](SInt32 x, SInt32 y, SInt32 z) { return UInt16(x * 4099 + y * 257 + z); });
-  RoundTrip<XFPVolume>([](SInt32 x, SInt32 y, SInt32 z) { return Float32(x * 0.125 - y * 1e5 + z); });
-  RoundTrip<XARGB32Volume>([](SInt32 x, SInt32 y, SInt32 z) { return XARGB32Colour(UInt8(z), UInt8(x), UInt8(y), 9); });
-  RoundTrip<XBGRA32Volume>([](SInt32 x, SInt32 y, SInt32 z) { return XBGRA32Colour(UInt8(z), UInt8(x), UInt8(y), 9); });
-  RoundTrip<XRGB48Volume>([](SInt32 x, SInt32 y, SInt32 z) { return XRGB48Colour(UInt16(x * 999), UInt16(y), UInt16(z + 60000)); });
+// A legacy image: id, rectangle (left, top, bottom, right), a data flag and the block.
+Bytes Legacy(UInt32 inId, UInt32 l, UInt32 t, UInt32 b, UInt32 r, const std::vector<UInt8>& inData,
+             XByteOrder inOrder = kLittleEndian) {
+  Bytes bytes(inOrder);
+  bytes.U32(inId).U32(l).U32(t).U32(b).U32(r).U8(inData.empty() ? 0 : 1);
+  if (!inData.empty()) bytes.Handle(inData);
+  return bytes;
 }
 
-TEST_F(VolumeStream, Grey32HasNoRegistryEntryButReadsItself) {
-  auto volume = Made<XGrey32Volume>(X3DRect(0, 0, 0, 3, 2, 2), [](SInt32 x, SInt32 y, SInt32 z) {
-    return UInt32(0x01020304u * UInt32(x + 1) + UInt32(y * 77 + z));
-  });
-  for (XByteOrder order : {kLittleEndian, kBigEndian}) {
-    std::vector<UInt8> bytes = WriteToBytes(*volume, order);
-    EXPECT_EQ(ErrorOf([&] { ReadFromBytes<XGrey32Volume>(bytes, order); }), kErrWrongClass);
-    XMemoryStream stream(bytes.data(), bytes.size(), order);
-    EXPECT_EQ(stream.ReadVersion(), XVersion(111, 0));
-    XGrey32Volume read(stream);
-    ExpectSameVolume(read, *volume);
-  }
-}
-
-// ---------------------------------------------------------------- byte layouts
-
-TEST_F(VolumeStream, Grey8LayoutIsByteExact) {
-  XGrey8Volume volume(X3DRect(3, -1, 5, 5, 0, 6));
-  volume.SetXCalibration(0.5);
-  volume.SetYCalibration(2.0);
-  volume.SetZCalibration(4.0);
-  FillWith(volume, [](SInt32 x, SInt32, SInt32) { return UInt8(x == 3 ? 7 : 9); });
-  std::vector<UInt8> data(18, 0);
-  data[0] = 7;
-  data[1] = 9;
-  Bytes expected;
-  expected.U32(0x00010069);                                      // object: class 105, version 1
-  expected.U32(0x00000208).U32(2).U32(1).U32(1);                 // XVolume: 520, sizes
-  expected.U32(3).U32(0xFFFFFFFF).U32(5).F64(0.5).F64(2.0).F64(4.0);
-  expected.U32(0x00000072);                                      // XBasePackedVolume: 114
-  expected.U32(0x00010066).U32(2).U32(0);                        // XPackedVolume: 102 v1, rows, format
-  expected.U32(33).U32(33).U64(18).U32(0).Raw(data);             // the block, with 16 spare bytes
-  expected.U32(0x00000067);                                      // XNumberVolume: 103
-  expected.U32(0x00010068);                                      // XIntegerVolume: 104 v1
-  expected.U32(0x00010069);                                      // XGrey8Volume: 105 v1
-  EXPECT_EQ(WriteToBytes(volume), expected.Get());
-  EXPECT_EQ(volume.GetStreamUsage(), 18u);
-}
-
-TEST_F(VolumeStream, EachClassEndsWithItsOwnLayers) {
-  auto tail = [](const XVolume& inVolume, size_t inWords) {
-    std::vector<UInt8> bytes = WriteToBytes(inVolume);
-    std::vector<UInt32> words;
-    for (size_t i = bytes.size() - 4 * inWords; i < bytes.size(); i += 4)
-      words.push_back(UInt32(bytes[i]) | UInt32(bytes[i + 1]) << 8 | UInt32(bytes[i + 2]) << 16 |
-                      UInt32(bytes[i + 3]) << 24);
-    return words;
-  };
-  using W = std::vector<UInt32>;
-  EXPECT_EQ(tail(XMaskVolume(1, 1, 1), 4), (W{103, 65640, 65641, 115}));
-  EXPECT_EQ(tail(XGrey16Volume(1, 1, 1), 3), (W{103, 65640, 106}));
-  EXPECT_EQ(tail(XGrey32Volume(1, 1, 1), 3), (W{103, 65640, 111}));
-  EXPECT_EQ(tail(XFPVolume(1, 1, 1), 2), (W{103, 65643}));
-  EXPECT_EQ(tail(XARGB32Volume(1, 1, 1), 1), (W{65644}));
-  EXPECT_EQ(tail(XRGB48Volume(1, 1, 1), 1), (W{112}));
-  // BGRA32 has no layer of its own: the block's last spare bytes end the stream.
-  EXPECT_EQ(tail(XBGRA32Volume(1, 1, 1), 1), (W{0}));
-  std::vector<UInt8> bgra = WriteToBytes(XBGRA32Volume(1, 1, 1));
-  EXPECT_EQ(bgra.size(), 4 + 4 + 24 + 24 + 4 + 12 + 20 + 20u);
-}
-
-TEST_F(VolumeStream, SwappedTypesStoreVoxelsInTheStreamsOrder) {
-  XGrey16Volume volume(2, 1, 1);
-  FillWith(volume, [](SInt32 x, SInt32, SInt32) { return UInt16(x ? 0xA1B2 : 0x0102); });
-  std::vector<UInt8> bytes = WriteToBytes(volume, kBigEndian);
-  // Block: word, tag, 64-bit size, compression, then the voxels; the stream ends with 103, 65640, 106.
-  size_t data = bytes.size() - 12 - 20;
-  EXPECT_EQ(bytes[data - 5], 20);  // last byte of the big-endian size: 4 voxel bytes and 16 spare
-  EXPECT_EQ(std::vector<UInt8>(bytes.begin() + data, bytes.begin() + data + 4),
-            (std::vector<UInt8>{0x01, 0x02, 0xA1, 0xB2}));
-  // The volume itself is untouched by the write.
-  EXPECT_EQ(VoxelAt(volume, 1, 0, 0), 0xA1B2);
-
-  XFPVolume fp(1, 1, 1);
-  fp.Fill(1.0f);
-  std::vector<UInt8> fpBytes = WriteToBytes(fp, kBigEndian);
-  size_t fpData = fpBytes.size() - 8 - 20;
-  EXPECT_EQ(std::vector<UInt8>(fpBytes.begin() + fpData, fpBytes.begin() + fpData + 4),
-            (std::vector<UInt8>{0x3F, 0x80, 0x00, 0x00}));
-}
-
-TEST_F(VolumeStream, ForeignByteOrderIsSwappedOnFirstLock) {
-  XRGB48Volume volume(2, 1, 1);
-  FillWith(volume, [](SInt32 x, SInt32, SInt32) { return XRGB48Colour(UInt16(0x1234 + x), 0xFF00, 7); });
-  std::vector<UInt8> bytes = WriteToBytes(volume, kBigEndian);
-  auto read = ReadFromBytes<XRGB48Volume>(bytes, kBigEndian);
-  EXPECT_EQ(read->GetStorage().GetSwapOnLock(), kByteSwap16);  // nothing swapped during the read
-  EXPECT_EQ(VoxelAt(*read, 1, 0, 0), XRGB48Colour(0x1235, 0xFF00, 7));
-  EXPECT_EQ(read->GetStorage().GetSwapOnLock(), kNoByteSwap);
-  // The platform's own order needs no swap.
-  auto same = ReadFromBytes<XRGB48Volume>(WriteToBytes(volume, kLittleEndian), kLittleEndian);
-  EXPECT_EQ(same->GetStorage().GetSwapOnLock(), kNoByteSwap);
-}
-
-// ---------------------------------------------------------------- version gates and options
-
-TEST_F(VolumeStream, PackedLayerVersionZeroHasNoFormatWord) {
-  Bytes b;
-  b.U32(65641);
-  VolumeLayer(b, 2, 1, 1).U32(114).U32(102).U32(2).Handle({4, 5}).U32(103).U32(65640).U32(65641);
-  auto volume = ReadFromBytes<XGrey8Volume>(b.Get());
-  EXPECT_EQ(VoxelAt(*volume, 1, 0, 0), 5);
-}
-
-TEST_F(VolumeStream, NonZeroDataFormatMeansNoDataOnTheStream) {
-  Bytes b;
-  b.U32(65641);
-  VolumeLayer(b, 2, 1, 1).U32(114).U32(65638).U32(2).U32(1).U32(103).U32(65640).U32(65641);
-  auto volume = ReadFromBytes<XGrey8Volume>(b.Get());
-  ASSERT_TRUE(volume);
-  EXPECT_EQ(volume->GetWidth(), 2u);
-  EXPECT_EQ(volume->GetDataSize(), 0u);
-}
-
-TEST_F(VolumeStream, OlderVolumeTagCarriesNoOrigin) {
-  Bytes b;
-  b.U32(65641).U32(101).U32(2).U32(1).U32(1).F64(1.5).F64(1).F64(1);
-  b.U32(114).U32(65638).U32(2).U32(0).Handle({1, 2}).U32(103).U32(65640).U32(65641);
-  auto volume = ReadFromBytes<XGrey8Volume>(b.Get());
-  EXPECT_EQ(volume->GetBounds(), X3DRect(0, 0, 0, 2, 1, 1));
-  EXPECT_EQ(volume->GetXCalibration(), 1.5);
-  EXPECT_EQ(VoxelAt(*volume, 1, 0, 0), 2);
-}
-
-TEST_F(VolumeStream, HeaderOnlyReadLeavesThePixels) {
-  auto volume = Made<XGrey16Volume>(X3DRect(1, 2, 3, 5, 6, 7), [](SInt32, SInt32, SInt32) { return UInt16(1); });
-  std::vector<UInt8> bytes = WriteToBytes(*volume);
-  auto header = ReadFromBytes<XGrey16Volume>(bytes, kLittleEndian, XStorable::kReadHeaderOnly);
-  ASSERT_TRUE(header);
-  EXPECT_EQ(header->GetBounds(), volume->GetBounds());
-  EXPECT_EQ(header->GetZCalibration(), 3.0);
-  EXPECT_FALSE(header->GetStorage().IsDataPresent());
-  EXPECT_EQ(header->GetDataSize(), volume->GetDataSize());
-  // Without a fetcher the pixels cannot be had: an error, not a crash.
-  EXPECT_NE(ErrorOf([&] { XLock lock(*header, kLockRead); }), 0);
-}
-
-// ---------------------------------------------------------------- legacy forms
-
-TEST_F(VolumeStream, LegacyGreyImageWithPlainOrStoredRectangle) {
-  Bytes plain;
-  plain.U32(4).U32(1).U32(2).U32(4).U32(4).U8(1).Handle({1, 2, 3, 4, 5, 6});  // left, top, bottom, right
-  auto volume = ReadFromBytes<XGrey8Volume>(plain.Get());
-  ASSERT_TRUE(volume);
-  EXPECT_EQ(volume->GetVersion(), XGrey8Volume::GetClassVersion());
-  EXPECT_EQ(volume->GetBounds(), X3DRect(1, 2, 0, 4, 4, 1));
-  EXPECT_EQ(VoxelAt(*volume, 3, 3, 0), 6);
-  EXPECT_TRUE(volume->IsPlaneRendererSupported(volume->GetPlaneRenderer()));
-  EXPECT_FALSE(volume->HadLegacyLUT());
-
-  Bytes stored;
-  stored.U32(4).U32(34).U32(34).U32(UInt32(-2)).U32(0).U32(1).U32(1).U8(1).Handle({8, 9, 0});
-  auto boxed = ReadFromBytes<XGrey8Volume>(stored.Get());
-  EXPECT_EQ(boxed->GetBounds(), X3DRect(-2, 0, 0, 1, 1, 1));
-  EXPECT_EQ(VoxelAt(*boxed, -1, 0, 0), 9);
-
-  Bytes blank;
-  blank.U32(4).U32(0).U32(0).U32(2).U32(2).U8(0);
-  auto empty = ReadFromBytes<XGrey8Volume>(blank.Get());
-  EXPECT_EQ(VoxelAt(*empty, 1, 1, 0), 0);
-}
-
-TEST_F(VolumeStream, LegacyMaskRowsArePaddedAndInverted) {
-  // 3 x 2: rows of 4 bytes, each byte stored as NOT the mask byte.
-  Bytes b;
-  b.U32(5).U32(0).U32(0).U32(2).U32(3).U8(1).Handle({0x00, 0xFF, 0x00, 0xAA, 0xFF, 0xFF, 0x00, 0xAA});
-  auto mask = ReadFromBytes<XMaskVolume>(b.Get());
-  ASSERT_TRUE(mask);
-  EXPECT_EQ(mask->GetRowVoxels(), 3u);
-  const UInt8 expected[2][3] = {{255, 0, 255}, {0, 0, 255}};
-  for (SInt32 y = 0; y < 2; ++y)
-    for (SInt32 x = 0; x < 3; ++x) EXPECT_EQ(VoxelAt(*mask, x, y, 0), expected[y][x]) << x << "," << y;
-  EXPECT_TRUE(mask->IsPlaneRendererSupported(XMaskImageRenderer()));
-  // A block shorter than the padded rows is refused.
-  Bytes shortBlock;
-  shortBlock.U32(5).U32(0).U32(0).U32(2).U32(3).U8(1).Handle({0, 0, 0, 0, 0, 0, 0});
-  EXPECT_EQ(ErrorOf([&] { ReadFromBytes<XMaskVolume>(shortBlock.Get()); }), kErrBadStreamSize);
-}
-
-TEST_F(VolumeStream, LegacyImagesOfEveryAlias) {
-  Bytes grey16(kBigEndian);
-  grey16.U32(3).U32(0).U32(0).U32(1).U32(2).U8(1).Handle({0x12, 0x34, 0xAB, 0xCD});
-  auto g16 = ReadFromBytes<XGrey16Volume>(grey16.Get(), kBigEndian);
-  EXPECT_EQ(VoxelAt(*g16, 1, 0, 0), 0xABCD);
-
-  Bytes argb;  // 514, the coded colour image, has a test of its own
-  argb.U32(1).U32(0).U32(0).U32(1).U32(1).U8(1).Handle({1, 2, 3, 4});
-  EXPECT_EQ(VoxelAt(*ReadFromBytes<XARGB32Volume>(argb.Get()), 0, 0, 0), XARGB32Colour(1, 2, 3, 4));
-  Bytes rgb48;
-  rgb48.U32(6).U32(0).U32(0).U32(1).U32(1).U8(1).Handle({1, 0, 2, 0, 3, 0});
-  EXPECT_EQ(VoxelAt(*ReadFromBytes<XRGB48Volume>(rgb48.Get()), 0, 0, 0), XRGB48Colour(1, 2, 3));
-  Bytes fp;
-  fp.U32(2).U32(0).U32(0).U32(1).U32(1).U8(1).Handle({0, 0, 0x80, 0x3F});
-  EXPECT_EQ(VoxelAt(*ReadFromBytes<XFPVolume>(fp.Get()), 0, 0, 0), 1.0f);
-  // 515 is in the tree but names no class that can read it.
-  Bytes orphan;
-  orphan.U32(515).U32(0).U32(0).U32(1).U32(1).U8(0);
-  EXPECT_EQ(ErrorOf([&] { ReadFromBytes<XGrey8Volume>(orphan.Get()); }), kErrWrongClass);
-}
-
-TEST_F(VolumeStream, VersionZeroIntegerLayerTableBecomesTheRenderer) {
-  XIntToColourLUT lut(256);
-  lut.MakeChannelLUT(kRedChannel);
-  XMemoryStream table;
-  table.WriteObject(lut);
-  auto withTable = [&](UInt32 inObject, UInt32 inOwnTag, UInt32 inExtraTag, bool inTable) {
-    Bytes b;
-    b.U32(inObject);
-    VolumeLayer(b, 1, 1, 1).U32(114).U32(65638).U32(1).U32(0).Handle({200, 0});
-    b.U32(103).U32(104);
-    if (inTable)
-      b.Raw(table.GetBytes());
-    else
-      b.U32(0);
-    b.U32(inOwnTag);
-    if (inExtraTag) b.U32(inExtraTag);
-    return b;
-  };
-  auto grey = ReadFromBytes<XGrey8Volume>(withTable(65641, 65641, 0, true).Get());
-  EXPECT_TRUE(grey->HadLegacyLUT());
-  EXPECT_TRUE(grey->IsPlaneRendererSupported(grey->GetPlaneRenderer()));
-  EXPECT_EQ(VoxelAt(*grey, 0, 0, 0), 200);
-
-  auto none = ReadFromBytes<XGrey8Volume>(withTable(65641, 65641, 0, false).Get());
-  EXPECT_FALSE(none->HadLegacyLUT());
-
-  auto mask = ReadFromBytes<XMaskVolume>(withTable(115, 65641, 115, true).Get());
-  EXPECT_TRUE(mask->HadLegacyLUT());  // the table's renderer stays, not the mask's
-  EXPECT_FALSE(mask->IsPlaneRendererSupported(mask->GetPlaneRenderer()));
-
-  // The layer reader takes the same road.
-  Bytes layered = withTable(65641, 65641, 0, true);
-  XMemoryStream stream(layered.Get().data(), layered.Get().size());
-  stream.ReadVersion();
-  XGrey8Volume read;
-  read.ReadStream2(stream);
-  EXPECT_TRUE(read.HadLegacyLUT());
-  // Setting a renderer forgets the table.
-  read.SetPlaneRenderer(XGrey8ImageRenderer());
-  EXPECT_FALSE(read.HadLegacyLUT());
-}
-
-// ---------------------------------------------------------------- the lossy framing
-
-namespace {
-
-// A stand-in coder: a marker word and the raw voxels.
+// A stand-in lossy coder: the quality word and the raw voxels.
 void FakeEncode(XStream& ioStream, const XVolume& inVolume, SInt32 inQuality) {
   const auto& packed = dynamic_cast<const XBasePackedVolume&>(inVolume);
   XLock lock(packed, kLockRead);
@@ -348,6 +84,221 @@ struct FakeCodec {
 
 }  // namespace
 
+// ---------------------------------------------------------------- round trips and layouts
+
+TEST_F(VolumeStream, EveryClassRoundTrips) {
+  RoundTrip<XGrey8Volume>([](SInt32 x, SInt32 y, SInt32 z) { return UInt8(x * 3 + y * 7 + z); });
+  RoundTrip<XMaskVolume>([](SInt32 x, SInt32 y, SInt32) { return UInt8((x + y) & 1 ? 255 : 0); });
+  RoundTrip<XGrey16Volume>([](SInt32 x, SInt32 y, SInt32 z) { return UInt16(x * 4099 + y * 257 + z); });
+  RoundTrip<XFPVolume>([](SInt32 x, SInt32 y, SInt32 z) { return Float32(x * 0.125 - y * 1e5 + z); });
+  RoundTrip<XARGB32Volume>([](SInt32 x, SInt32 y, SInt32 z) { return XARGB32Colour(UInt8(z), UInt8(x), UInt8(y), 9); });
+  RoundTrip<XBGRA32Volume>([](SInt32 x, SInt32 y, SInt32 z) { return XBGRA32Colour(UInt8(z), UInt8(x), UInt8(y), 9); });
+  RoundTrip<XRGB48Volume>([](SInt32 x, SInt32 y, SInt32 z) { return XRGB48Colour(UInt16(x * 999), UInt16(y), UInt16(z + 60000)); });
+  // Grey32 has no registry entry but reads itself.
+  auto volume = Made<XGrey32Volume>(X3DRect(0, 0, 0, 3, 2, 2), [](SInt32 x, SInt32 y, SInt32 z) {
+    return UInt32(0x01020304u * UInt32(x + 1) + UInt32(y * 77 + z));
+  });
+  for (XByteOrder order : {kLittleEndian, kBigEndian}) {
+    std::vector<UInt8> bytes = WriteToBytes(*volume, order);
+    EXPECT_EQ(ErrorOf([&] { ReadFromBytes<XGrey32Volume>(bytes, order); }), kErrWrongClass);
+    XMemoryStream stream(bytes.data(), bytes.size(), order);
+    EXPECT_EQ(stream.ReadVersion(), XVersion(111, 0));
+    ExpectSameVolume(XGrey32Volume(stream), *volume);
+  }
+}
+
+TEST_F(VolumeStream, Grey8LayoutIsByteExactAndEachClassEndsWithItsOwnLayers) {
+  auto volume = Made<XGrey8Volume>(X3DRect(3, -1, 5, 5, 0, 6), [](SInt32 x, SInt32, SInt32) { return UInt8(x == 3 ? 7 : 9); });
+  std::vector<UInt8> data{7, 9};
+  data.resize(18);
+  Bytes expected;
+  expected.U32(0x00010069);                                      // object: class 105, version 1
+  expected.U32(0x00000208).U32(2).U32(1).U32(1);                 // XVolume: 520, sizes
+  expected.U32(3).U32(0xFFFFFFFF).U32(5).F64(0.25).F64(0.5).F64(3.0);
+  expected.U32(0x00000072);                                      // XBasePackedVolume: 114
+  expected.U32(0x00010066).U32(2).U32(0);                        // XPackedVolume: 102 v1, rows, format
+  expected.U32(33).U32(33).U64(18).U32(0).Raw(data);             // the block, with 16 spare bytes
+  expected.U32(0x00000067);                                      // XNumberVolume: 103
+  expected.U32(0x00010068);                                      // XIntegerVolume: 104 v1
+  expected.U32(0x00010069);                                      // XGrey8Volume: 105 v1
+  EXPECT_EQ(WriteToBytes(*volume), expected.Get());
+  EXPECT_EQ(volume->GetStreamUsage(), 18u);
+
+  auto tail = [](const XVolume& inVolume, const std::vector<UInt32>& inWords) {
+    Bytes words;
+    for (UInt32 w : inWords) words.U32(w);
+    std::vector<UInt8> bytes = WriteToBytes(inVolume);
+    EXPECT_EQ(std::vector<UInt8>(bytes.end() - words.Get().size(), bytes.end()), words.Get()) << inVolume.GetDescription();
+  };
+  tail(XMaskVolume(1, 1, 1), {103, 65640, 65641, 115});
+  tail(XGrey16Volume(1, 1, 1), {103, 65640, 106});
+  tail(XGrey32Volume(1, 1, 1), {103, 65640, 111});
+  tail(XFPVolume(1, 1, 1), {103, 65643});
+  tail(XARGB32Volume(1, 1, 1), {65644});
+  tail(XRGB48Volume(1, 1, 1), {112});
+  // BGRA32 has no layer of its own: the block's last spare bytes end the stream.
+  tail(XBGRA32Volume(1, 1, 1), {0});
+  EXPECT_EQ(WriteToBytes(XBGRA32Volume(1, 1, 1)).size(), 4 + 4 + 24 + 24 + 4 + 12 + 20 + 20u);
+}
+
+TEST_F(VolumeStream, SwappedTypesStoreVoxelsInTheStreamsOrderAndSwapOnFirstLock) {
+  auto volume = Row<XGrey16Volume>({0x0102, 0xA1B2});
+  std::vector<UInt8> bytes = WriteToBytes(*volume, kBigEndian);
+  // Block: word, tag, 64-bit size, compression, the voxels, 16 spare; then 103, 65640, 106.
+  size_t data = bytes.size() - 12 - 20;
+  EXPECT_EQ(bytes[data - 5], 20);  // last byte of the big-endian size: 4 voxel bytes and 16 spare
+  EXPECT_EQ(std::vector<UInt8>(bytes.begin() + data, bytes.begin() + data + 4), (std::vector<UInt8>{1, 2, 0xA1, 0xB2}));
+  EXPECT_EQ(VoxelAt(*volume, 1, 0, 0), 0xA1B2);  // the volume itself is untouched by the write
+  std::vector<UInt8> fp = WriteToBytes(*Row<XFPVolume>({1.0f}), kBigEndian);
+  EXPECT_EQ(std::vector<UInt8>(fp.end() - 28, fp.end() - 24), (std::vector<UInt8>{0x3F, 0x80, 0x00, 0x00}));
+
+  auto rgb = Row<XRGB48Volume>({XRGB48Colour(0x1234, 0xFF00, 7), XRGB48Colour(0x1235, 0xFF00, 7)});
+  auto read = ReadFromBytes<XRGB48Volume>(WriteToBytes(*rgb, kBigEndian), kBigEndian);
+  EXPECT_EQ(read->GetStorage().GetSwapOnLock(), kByteSwap16);  // nothing swapped during the read
+  EXPECT_EQ(VoxelAt(*read, 1, 0, 0), XRGB48Colour(0x1235, 0xFF00, 7));
+  EXPECT_EQ(read->GetStorage().GetSwapOnLock(), kNoByteSwap);
+  // The platform's own order needs no swap.
+  auto same = ReadFromBytes<XRGB48Volume>(WriteToBytes(*rgb, kLittleEndian), kLittleEndian);
+  EXPECT_EQ(same->GetStorage().GetSwapOnLock(), kNoByteSwap);
+}
+
+// ---------------------------------------------------------------- version gates and options
+
+TEST_F(VolumeStream, OlderLayerVersionsAndTheDataFormatWord) {
+  // Packed layer version 0 (tag 102) has no format word.
+  Bytes v0;
+  VolumeLayer(v0.U32(65641), 2, 1, 1).U32(114).U32(102).U32(2).Handle({4, 5}).U32(103).U32(65640).U32(65641);
+  EXPECT_EQ(VoxelAt(*ReadFromBytes<XGrey8Volume>(v0.Get()), 1, 0, 0), 5);
+  // A non-zero format word means no data on the stream.
+  Bytes format;
+  VolumeLayer(format.U32(65641), 2, 1, 1).U32(114).U32(65638).U32(2).U32(1).U32(103).U32(65640).U32(65641);
+  auto empty = ReadFromBytes<XGrey8Volume>(format.Get());
+  ASSERT_TRUE(empty);
+  EXPECT_EQ(empty->GetWidth(), 2u);
+  EXPECT_EQ(empty->GetDataSize(), 0u);
+  // Volume tag 101 carries no origin.
+  Bytes b;
+  b.U32(65641).U32(101).U32(2).U32(1).U32(1).F64(1.5).F64(1).F64(1);
+  b.U32(114).U32(65638).U32(2).U32(0).Handle({1, 2}).U32(103).U32(65640).U32(65641);
+  auto volume = ReadFromBytes<XGrey8Volume>(b.Get());
+  EXPECT_EQ(volume->GetBounds(), X3DRect(0, 0, 0, 2, 1, 1));
+  EXPECT_EQ(volume->GetXCalibration(), 1.5);
+  EXPECT_EQ(VoxelAt(*volume, 1, 0, 0), 2);
+}
+
+TEST_F(VolumeStream, HeaderOnlyReadLeavesThePixels) {
+  auto volume = Made<XGrey16Volume>(X3DRect(1, 2, 3, 5, 6, 7), [](SInt32, SInt32, SInt32) { return UInt16(1); });
+  auto header = ReadFromBytes<XGrey16Volume>(WriteToBytes(*volume), kLittleEndian, XStorable::kReadHeaderOnly);
+  ASSERT_TRUE(header);
+  EXPECT_EQ(header->GetBounds(), volume->GetBounds());
+  EXPECT_EQ(header->GetZCalibration(), 3.0);
+  EXPECT_FALSE(header->GetStorage().IsDataPresent());
+  EXPECT_EQ(header->GetDataSize(), volume->GetDataSize());
+  // Without a fetcher the pixels cannot be had: an error, not a crash.
+  EXPECT_NE(ErrorOf([&] { XLock lock(*header, kLockRead); }), 0);
+}
+
+// ---------------------------------------------------------------- legacy forms
+
+TEST_F(VolumeStream, LegacyImagesOfEveryAlias) {
+  auto volume = ReadFromBytes<XGrey8Volume>(Legacy(4, 1, 2, 4, 4, {1, 2, 3, 4, 5, 6}).Get());
+  ASSERT_TRUE(volume);
+  EXPECT_EQ(volume->GetVersion(), XGrey8Volume::GetClassVersion());
+  EXPECT_EQ(volume->GetBounds(), X3DRect(1, 2, 0, 4, 4, 1));
+  EXPECT_EQ(VoxelAt(*volume, 3, 3, 0), 6);
+  EXPECT_TRUE(volume->IsPlaneRendererSupported(volume->GetPlaneRenderer()));
+  EXPECT_FALSE(volume->HadLegacyLUT());
+  // The rectangle stored as an object (34).
+  Bytes stored;
+  stored.U32(4).U32(34).U32(34).U32(UInt32(-2)).U32(0).U32(1).U32(1).U8(1).Handle({8, 9, 0});
+  auto boxed = ReadFromBytes<XGrey8Volume>(stored.Get());
+  EXPECT_EQ(boxed->GetBounds(), X3DRect(-2, 0, 0, 1, 1, 1));
+  EXPECT_EQ(VoxelAt(*boxed, -1, 0, 0), 9);
+  EXPECT_EQ(VoxelAt(*ReadFromBytes<XGrey8Volume>(Legacy(4, 0, 0, 2, 2, {}).Get()), 1, 1, 0), 0);  // no data
+
+  auto g16 = ReadFromBytes<XGrey16Volume>(Legacy(3, 0, 0, 1, 2, {0x12, 0x34, 0xAB, 0xCD}, kBigEndian).Get(), kBigEndian);
+  EXPECT_EQ(VoxelAt(*g16, 1, 0, 0), 0xABCD);
+  EXPECT_EQ(VoxelAt(*ReadFromBytes<XARGB32Volume>(Legacy(1, 0, 0, 1, 1, {1, 2, 3, 4}).Get()), 0, 0, 0),
+            XARGB32Colour(1, 2, 3, 4));
+  EXPECT_EQ(VoxelAt(*ReadFromBytes<XRGB48Volume>(Legacy(6, 0, 0, 1, 1, {1, 0, 2, 0, 3, 0}).Get()), 0, 0, 0),
+            XRGB48Colour(1, 2, 3));
+  EXPECT_EQ(VoxelAt(*ReadFromBytes<XFPVolume>(Legacy(2, 0, 0, 1, 1, {0, 0, 0x80, 0x3F}).Get()), 0, 0, 0), 1.0f);
+  // 515 is in the tree but names no class that can read it.
+  EXPECT_EQ(ErrorOf([&] { ReadFromBytes<XGrey8Volume>(Legacy(515, 0, 0, 1, 1, {}).Get()); }), kErrWrongClass);
+}
+
+TEST_F(VolumeStream, LegacyMaskRowsArePaddedAndInverted) {
+  // 3 x 2: rows of 4 bytes, each byte stored as NOT the mask byte.
+  auto mask = ReadFromBytes<XMaskVolume>(Legacy(5, 0, 0, 2, 3, {0, 0xFF, 0, 0xAA, 0xFF, 0xFF, 0, 0xAA}).Get());
+  ASSERT_TRUE(mask);
+  EXPECT_EQ(mask->GetRowVoxels(), 3u);
+  const UInt8 expected[2][3] = {{255, 0, 255}, {0, 0, 255}};
+  for (SInt32 i = 0; i < 6; ++i) EXPECT_EQ(VoxelAt(*mask, i % 3, i / 3, 0), expected[i / 3][i % 3]) << i;
+  EXPECT_TRUE(mask->IsPlaneRendererSupported(XMaskImageRenderer()));
+  // A block shorter than the padded rows is refused.
+  EXPECT_EQ(ErrorOf([&] { ReadFromBytes<XMaskVolume>(Legacy(5, 0, 0, 2, 3, {0, 0, 0, 0, 0, 0, 0}).Get()); }),
+            kErrBadStreamSize);
+}
+
+TEST_F(VolumeStream, VersionZeroIntegerLayerTableBecomesTheRenderer) {
+  XIntToColourLUT lut(256);
+  lut.MakeChannelLUT(kRedChannel);
+  XMemoryStream table;
+  table.WriteObject(lut);
+  auto withTable = [&](UInt32 inObject, bool inTable, UInt32 inExtraTag = 0) {
+    Bytes b;
+    VolumeLayer(b.U32(inObject), 1, 1, 1).U32(114).U32(65638).U32(1).U32(0).Handle({200, 0}).U32(103).U32(104);
+    b.Raw(inTable ? table.GetBytes() : Bytes().U32(0).Get()).U32(65641);
+    if (inExtraTag) b.U32(inExtraTag);
+    return b.Get();
+  };
+  auto grey = ReadFromBytes<XGrey8Volume>(withTable(65641, true));
+  EXPECT_TRUE(grey->HadLegacyLUT());
+  EXPECT_TRUE(grey->IsPlaneRendererSupported(grey->GetPlaneRenderer()));
+  EXPECT_EQ(VoxelAt(*grey, 0, 0, 0), 200);
+  EXPECT_FALSE(ReadFromBytes<XGrey8Volume>(withTable(65641, false))->HadLegacyLUT());
+  auto mask = ReadFromBytes<XMaskVolume>(withTable(115, true, 115));
+  EXPECT_TRUE(mask->HadLegacyLUT());  // the table's renderer stays, not the mask's
+  EXPECT_FALSE(mask->IsPlaneRendererSupported(mask->GetPlaneRenderer()));
+  // The layer reader takes the same road; setting a renderer forgets the table.
+  std::vector<UInt8> layered = withTable(65641, true);
+  XMemoryStream stream(layered.data(), layered.size());
+  stream.ReadVersion();
+  XGrey8Volume read;
+  read.ReadStream2(stream);
+  EXPECT_TRUE(read.HadLegacyLUT());
+  read.SetPlaneRenderer(XGrey8ImageRenderer());
+  EXPECT_FALSE(read.HadLegacyLUT());
+}
+
+TEST_F(VolumeStream, OlderColourImageCarriesARectangleAndACodedImage) {
+  FakeCodec codec;
+  const XARGB32Colour pixels[2] = {XARGB32Colour(255, 1, 2, 3), XARGB32Colour(255, 4, 5, 6)};
+  auto imageBytes = [&](UInt16 inVersion) {
+    Bytes b, coded;
+    b.U32(XVersion(514, inVersion).GetValue()).U32(34).U32(34).U32(10).U32(20).U32(21).U32(12);
+    coded.U32(75);
+    for (const auto& p : pixels) coded.U8(p.alpha).U8(p.red).U8(p.green).U8(p.blue);
+    if (inVersion >= 2) b.U32(UInt32(coded.Get().size()));
+    return b.Raw(coded.Get()).U32(0xC0FFEE).Get();
+  };
+  for (UInt16 version : {UInt16(1), UInt16(2)}) {
+    std::vector<UInt8> bytes = imageBytes(version);
+    XMemoryStream in(bytes.data(), bytes.size());
+    std::unique_ptr<XARGB32Volume> image = in.ReadObjectAs<XARGB32Volume>();
+    EXPECT_EQ(image->GetBounds(), X3DRect(10, 20, 0, 12, 21, 1));
+    EXPECT_EQ(VoxelAt(*image, 11, 20, 0).GetARGB(), pixels[1].GetARGB());
+    EXPECT_EQ(in.Read32(), 0xC0FFEEu);
+  }
+  // With a length the image can be stepped over.
+  std::vector<UInt8> bytes = imageBytes(2);
+  XMemoryStream headerOnly(bytes.data(), bytes.size());
+  EXPECT_EQ(headerOnly.ReadObjectAs<XARGB32Volume>(XStorable::kReadHeaderOnly)->GetWidth(), 2u);
+  EXPECT_EQ(headerOnly.Read32(), 0xC0FFEEu);
+}
+
+// ---------------------------------------------------------------- the lossy framing
+
 TEST_F(VolumeStream, LossyFormFramesTheCodedImage) {
   FakeCodec codec;
   auto grey = Made<XGrey8Volume>(X3DRect(-1, 0, 2, 2, 2, 3), [](SInt32 x, SInt32 y, SInt32) { return UInt8(x + 5 * y + 9); });
@@ -358,10 +309,8 @@ TEST_F(VolumeStream, LossyFormFramesTheCodedImage) {
   header.U32(0x00012F45).U32(3).U32(2).U32(1).U32(UInt32(-1)).U32(0).U32(2).F64(0.25).F64(0.5).F64(3.0).U32(3);
   ASSERT_GE(bytes.size(), header.Get().size() + 4);
   EXPECT_EQ(std::vector<UInt8>(bytes.begin(), bytes.begin() + header.Get().size()), header.Get());
-  // The placeholder now holds the count of bytes behind it.
-  EXPECT_EQ(bytes[header.Get().size()], 4 + 6);
-  auto read = ReadFromBytes<XGrey8Volume>(bytes);  // 12101: the stream constructor reads it
-  ExpectSameVolume(*read, *grey);
+  EXPECT_EQ(bytes[header.Get().size()], 4 + 6);  // the placeholder holds the count of bytes behind it
+  ExpectSameVolume(*ReadFromBytes<XGrey8Volume>(bytes), *grey);  // 12101: the stream constructor reads it
 
   auto colour = Made<XARGB32Volume>(X3DRect(0, 0, 0, 2, 1, 1), [](SInt32 x, SInt32, SInt32) { return XARGB32Colour(UInt8(x), 1, 2, 3); });
   XMemoryStream colourStream;
@@ -369,17 +318,17 @@ TEST_F(VolumeStream, LossyFormFramesTheCodedImage) {
   colourStream.Write32(0xC0FFEE);  // what follows the object must be reached
   std::vector<UInt8> colourBytes = colourStream.GetBytes();
   XMemoryStream in(colourBytes.data(), colourBytes.size());
-  std::unique_ptr<XARGB32Volume> viaConstructor = in.ReadObjectAs<XARGB32Volume>();
-  ExpectSameVolume(*viaConstructor, *colour);
+  ExpectSameVolume(*in.ReadObjectAs<XARGB32Volume>(), *colour);
   EXPECT_EQ(in.Read32(), 0xC0FFEEu);
   // Header only goes through PreReadStream and skips the image.
   XMemoryStream headerOnly(colourBytes.data(), colourBytes.size());
-  std::unique_ptr<XARGB32Volume> skipped = headerOnly.ReadObjectAs<XARGB32Volume>(XStorable::kReadHeaderOnly);
-  EXPECT_EQ(skipped->GetBounds(), colour->GetBounds());
+  EXPECT_EQ(headerOnly.ReadObjectAs<XARGB32Volume>(XStorable::kReadHeaderOnly)->GetBounds(), colour->GetBounds());
   EXPECT_EQ(headerOnly.Read32(), 0xC0FFEEu);
 }
 
 TEST_F(VolumeStream, Grey8PreReadStreamAnswersToTheColourId) {
+  XMemoryStream noCoder;
+  EXPECT_EQ(ErrorOf([&] { XGrey8Volume(1, 1, 1).WriteStreamLossyCompressed(noCoder, 50); }), kErrGeneral);
   FakeCodec codec;
   XMemoryStream stream;
   XGrey8Volume(1, 1, 1).WriteStreamLossyCompressed(stream, 50);
@@ -390,55 +339,37 @@ TEST_F(VolumeStream, Grey8PreReadStreamAnswersToTheColourId) {
   EXPECT_FALSE(volume.PreReadStream(in, XVersion(12100, 1), XStorable::kReadAll));
   EXPECT_EQ(volume.GetBounds(), X3DRect(0, 0, 0, 1, 1, 1));
   EXPECT_EQ(in.GetRemaining(), 0u);
-
   // Read header-only, the grey form goes to the versioned reader, whose
   // layer readers find no tags: an error, not an empty volume.
   XMemoryStream headerOnly(stream.GetBuffer(), stream.GetExtent());
   EXPECT_EQ(ErrorOf([&] { headerOnly.ReadObjectAs<XGrey8Volume>(XStorable::kReadHeaderOnly); }), kErrWrongClass);
 }
 
-TEST_F(VolumeStream, LossyFormWithoutACoderIsAnError) {
-  XMemoryStream stream;
-  EXPECT_EQ(ErrorOf([&] { XGrey8Volume(1, 1, 1).WriteStreamLossyCompressed(stream, 50); }), kErrGeneral);
-}
-
 // ---------------------------------------------------------------- bad input
 
-TEST_F(VolumeStream, WrongClassAtAnyLayerIs1005) {
-  auto valid = Grey8Stream(2, 1, 1, 2, {1, 2, 0, 0});  // whole words throughout
-  auto with = [&](size_t inWordIndex, UInt32 inWord) {
-    std::vector<UInt8> bytes = valid.Get();
-    for (int i = 0; i < 4; ++i) bytes[inWordIndex * 4 + i] = UInt8(inWord >> (8 * i));
-    return ErrorOf([&] { ReadFromBytes<XGrey8Volume>(bytes); });
+TEST_F(VolumeStream, WrongClassIs1005AndNewerVersionIs1015AtEveryLayer) {
+  const std::vector<UInt8> valid = Grey8Stream(2, 1, 1, 2, {1, 2, 0, 0}).Get();  // whole words throughout
+  const size_t last = valid.size() / 4 - 1;
+  // Word positions: 0 object, 1 volume tag, 14 base packed, 15 packed, 18 handle word, then the tail.
+  const struct { size_t index; UInt32 word; SInt32 error; } cases[] = {
+      {1, 100, kErrWrongClass},          {14, 520, kErrWrongClass},
+      {15, 0x00010065, kErrWrongClass},  // a tag off the branch fails the IsA test
+      {18, 34, kErrWrongClass},          // not a memory block
+      {18, 0, kErrWrongClass},           // no block at all
+      {last - 2, 102, kErrWrongClass},   {last, 106, kErrWrongClass},
+      {1, 0x00010208, kErrNewerVersion},  // 520 version 1
+      {14, 0x00010072, kErrNewerVersion}, {15, 0x00020066, kErrNewerVersion},
+      {last - 2, 0x00010067, kErrNewerVersion}, {last - 1, 0x00020068, kErrNewerVersion},
+      {last, 0x00020069, kErrNewerVersion},
   };
-  // Word positions: 0 object, 1 volume tag, 14 base packed, 15 packed, 18 handle word.
-  EXPECT_EQ(with(1, 100), kErrWrongClass);
-  EXPECT_EQ(with(14, 520), kErrWrongClass);
-  // A tag of a derived class would pass the IsA test; one off the branch does not.
-  EXPECT_EQ(with(15, 0x00010065), kErrWrongClass);
-  EXPECT_EQ(with(18, 34), kErrWrongClass);  // not a memory block
-  EXPECT_EQ(with(18, 0), kErrWrongClass);   // no block at all
-  size_t last = valid.Get().size() / 4 - 1;
-  EXPECT_EQ(with(last - 2, 102), kErrWrongClass);
-  EXPECT_EQ(with(last, 106), kErrWrongClass);
+  for (const auto& t : cases) {
+    SCOPED_TRACE(testing::Message() << "word " << t.index << " = " << t.word);
+    std::vector<UInt8> bytes = valid;
+    for (int i = 0; i < 4; ++i) bytes[t.index * 4 + i] = UInt8(t.word >> (8 * i));
+    EXPECT_EQ(ErrorOf([&] { ReadFromBytes<XGrey8Volume>(bytes); }), t.error);
+  }
   // An object of another class is refused by the typed read.
-  EXPECT_EQ(ErrorOf([&] { ReadFromBytes<XGrey16Volume>(valid.Get()); }), kErrWrongClass);
-}
-
-TEST_F(VolumeStream, NewerVersionAtAnyLayerIs1015) {
-  auto valid = Grey8Stream(2, 1, 1, 2, {1, 2, 0, 0});  // whole words throughout
-  size_t last = valid.Get().size() / 4 - 1;
-  auto with = [&](size_t inWordIndex, UInt32 inWord) {
-    std::vector<UInt8> bytes = valid.Get();
-    for (int i = 0; i < 4; ++i) bytes[inWordIndex * 4 + i] = UInt8(inWord >> (8 * i));
-    return ErrorOf([&] { ReadFromBytes<XGrey8Volume>(bytes); });
-  };
-  EXPECT_EQ(with(1, 0x00010208), kErrNewerVersion);   // 520 version 1
-  EXPECT_EQ(with(14, 0x00010072), kErrNewerVersion);  // 114 version 1
-  EXPECT_EQ(with(15, 0x00020066), kErrNewerVersion);  // 102 version 2
-  EXPECT_EQ(with(last - 2, 0x00010067), kErrNewerVersion);
-  EXPECT_EQ(with(last - 1, 0x00020068), kErrNewerVersion);
-  EXPECT_EQ(with(last, 0x00020069), kErrNewerVersion);
+  EXPECT_EQ(ErrorOf([&] { ReadFromBytes<XGrey16Volume>(valid); }), kErrWrongClass);
   std::vector<UInt8> mask = WriteToBytes(XMaskVolume(1, 1, 1));
   mask[mask.size() - 2] = 1;  // 115 version 1
   EXPECT_EQ(ErrorOf([&] { ReadFromBytes<XMaskVolume>(mask); }), kErrNewerVersion);
@@ -456,63 +387,24 @@ TEST_F(VolumeStream, TruncatedStreamsFailAtEveryLength) {
 }
 
 TEST_F(VolumeStream, ImpossibleSizesAreRefusedBeforeAllocating) {
-  // Sides of 2^31 - 1 overflow the 64-bit voxel count.
-  Bytes huge = Grey8Stream(0x7FFFFFFF, 0x7FFFFFFF, 0x7FFFFFFF, 0x7FFFFFFF, {0});
-  EXPECT_EQ(ErrorOf([&] { ReadFromBytes<XGrey8Volume>(huge.Get()); }), kErrBadStreamSize);
-  // A side of 2^31 cannot be a box.
-  Bytes side = Grey8Stream(0x80000000u, 1, 1, 0x80000000u, {0});
-  EXPECT_EQ(ErrorOf([&] { ReadFromBytes<XGrey8Volume>(side.Get()); }), kErrBadStreamSize);
-  // Rows shorter than the width.
-  EXPECT_EQ(ErrorOf([&] { ReadFromBytes<XGrey8Volume>(Grey8Stream(4, 1, 1, 3, {0, 0, 0, 0}).Get()); }),
-            kErrBadStreamSize);
-  // Row length times height times depth times voxel size beyond 64 bits.
-  Bytes rows = Grey8Stream(1, 0x7FFFFFFF, 0x7FFFFFFF, 0xFFFFFFFFu, {0});
-  EXPECT_EQ(ErrorOf([&] { ReadFromBytes<XGrey8Volume>(rows.Get()); }), kErrBadStreamSize);
-  // A block smaller than the bounds need.
-  EXPECT_EQ(ErrorOf([&] { ReadFromBytes<XGrey8Volume>(Grey8Stream(2, 2, 1, 2, {1, 2, 3}).Get()); }),
-            kErrBadStreamSize);
-  // A block that claims more than the stream holds.
-  Bytes claim;
-  claim.U32(65641);
-  VolumeLayer(claim, 1000, 1000, 1000).U32(114).U32(65638).U32(1000).U32(0);
+  Bytes claim;  // a block that claims more than the stream holds
+  VolumeLayer(claim.U32(65641), 1000, 1000, 1000).U32(114).U32(65638).U32(1000).U32(0);
   claim.U32(33).U32(33).U64(1000000000ull).U32(0).U8(0);
-  EXPECT_EQ(ErrorOf([&] { ReadFromBytes<XGrey8Volume>(claim.Get()); }), kErrBadStreamSize);
-  // Legacy rectangles and lossy headers are held to the same rules.
-  Bytes legacy;
-  legacy.U32(4).U32(0x80000000u).U32(0).U32(1).U32(0x7FFFFFFF).U8(0);
-  EXPECT_NE(ErrorOf([&] { ReadFromBytes<XGrey8Volume>(legacy.Get()); }), 0);
-  Bytes lossy;
+  Bytes lossy;  // lossy headers are held to the same rules
   lossy.U32(0x00012F45).U32(100000).U32(100000).U32(100000).U32(0).U32(0).U32(0).F64(1).F64(1).F64(1);
   lossy.U32(100000).U32(4).U32(0);
-  EXPECT_EQ(ErrorOf([&] { ReadFromBytes<XGrey8Volume>(lossy.Get()); }), kErrBadStreamSize);
-}
-
-TEST_F(VolumeStream, OlderColourImageCarriesARectangleAndACodedImage) {
-  FakeCodec codec;
-  const XARGB32Colour pixels[2] = {XARGB32Colour(255, 1, 2, 3), XARGB32Colour(255, 4, 5, 6)};
-  auto imageBytes = [&](UInt16 inVersion) {
-    Bytes b;
-    b.U32(XVersion(514, inVersion).GetValue()).U32(34).U32(34).U32(10).U32(20).U32(21).U32(12);
-    Bytes coded;
-    coded.U32(75);
-    for (const auto& p : pixels) coded.U8(p.alpha).U8(p.red).U8(p.green).U8(p.blue);
-    if (inVersion >= 2) b.U32(UInt32(coded.Get().size()));
-    for (UInt8 byte : coded.Get()) b.U8(byte);
-    return b.U32(0xC0FFEE).Get();
+  const struct { const char* name; std::vector<UInt8> bytes; } cases[] = {
+      {"2^31 - 1 sides overflow the voxel count", Grey8Stream(0x7FFFFFFF, 0x7FFFFFFF, 0x7FFFFFFF, 0x7FFFFFFF, {0}).Get()},
+      {"a side of 2^31 is no box", Grey8Stream(0x80000000u, 1, 1, 0x80000000u, {0}).Get()},
+      {"rows shorter than the width", Grey8Stream(4, 1, 1, 3, {0, 0, 0, 0}).Get()},
+      {"row bytes beyond 64 bits", Grey8Stream(1, 0x7FFFFFFF, 0x7FFFFFFF, 0xFFFFFFFFu, {0}).Get()},
+      {"block smaller than the bounds", Grey8Stream(2, 2, 1, 2, {1, 2, 3}).Get()},
+      {"block beyond the stream", claim.Get()},
+      {"lossy header", lossy.Get()},
   };
-  for (UInt16 version : {UInt16(1), UInt16(2)}) {
-    std::vector<UInt8> bytes = imageBytes(version);
-    XMemoryStream in(bytes.data(), bytes.size());
-    std::unique_ptr<XARGB32Volume> image = in.ReadObjectAs<XARGB32Volume>();
-    EXPECT_EQ(image->GetBounds(), X3DRect(10, 20, 0, 12, 21, 1));
-    XLock lock(*image, kLockRead);
-    EXPECT_EQ(image->GetVoxel(11, 20, 0).GetARGB(), pixels[1].GetARGB());
-    EXPECT_EQ(in.Read32(), 0xC0FFEEu);
+  for (const auto& t : cases) {
+    SCOPED_TRACE(t.name);
+    EXPECT_EQ(ErrorOf([&] { ReadFromBytes<XGrey8Volume>(t.bytes); }), kErrBadStreamSize);
   }
-  // With a length the image can be stepped over.
-  std::vector<UInt8> bytes = imageBytes(2);
-  XMemoryStream headerOnly(bytes.data(), bytes.size());
-  std::unique_ptr<XARGB32Volume> skipped = headerOnly.ReadObjectAs<XARGB32Volume>(XStorable::kReadHeaderOnly);
-  EXPECT_EQ(skipped->GetWidth(), 2u);
-  EXPECT_EQ(headerOnly.Read32(), 0xC0FFEEu);
+  EXPECT_NE(ErrorOf([&] { ReadFromBytes<XGrey8Volume>(Legacy(4, 0x80000000u, 0, 1, 0x7FFFFFFF, {}).Get()); }), 0);
 }

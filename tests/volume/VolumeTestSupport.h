@@ -42,7 +42,6 @@ class Bytes {
     itsBytes.push_back(v);
     return *this;
   }
-  Bytes& U16(UInt16 v) { return Put(v, 2); }
   Bytes& U32(UInt32 v) { return Put(v, 4); }
   Bytes& U64(UInt64 v) { return Put(v, 8); }
   Bytes& F64(Float64 v) {
@@ -60,9 +59,6 @@ class Bytes {
     return Raw(inData);
   }
   const std::vector<UInt8>& Get() const { return itsBytes; }
-  std::unique_ptr<XMemoryStream> Stream() const {
-    return std::make_unique<XMemoryStream>(itsBytes.data(), itsBytes.size(), itsOrder);
-  }
 
  private:
   Bytes& Put(UInt64 inValue, int inCount) {
@@ -107,6 +103,36 @@ void FillWith(V& ioVolume, Fn inValueAt) {
   for (SInt32 z = b.front; z < b.back; ++z)
     for (SInt32 y = b.top; y < b.bottom; ++y)
       for (SInt32 x = b.left; x < b.right; ++x) ioVolume.SetVoxel(x, y, z, inValueAt(x, y, z));
+}
+
+// A one-row volume of the given voxels, and the voxels of such a row.
+template <class V>
+std::unique_ptr<V> Row(const std::vector<typename V::Voxel>& inValues) {
+  auto volume = std::make_unique<V>(UInt32(inValues.size()), 1, 1);
+  FillWith(*volume, [&](SInt32 x, SInt32, SInt32) { return inValues[x]; });
+  return volume;
+}
+
+template <class V>
+std::vector<typename V::Voxel> Values(const V& inVolume) {
+  std::vector<typename V::Voxel> values;
+  XLock lock(inVolume, kLockRead);
+  for (SInt32 x = inVolume.GetBounds().left; x < inVolume.GetBounds().right; ++x)
+    values.push_back(inVolume.GetVoxel(x, inVolume.GetBounds().top, inVolume.GetBounds().front));
+  return values;
+}
+
+// The XVolume layer of a stream: tag 520, sizes, origin, unit calibrations.
+inline Bytes& VolumeLayer(Bytes& b, UInt32 w, UInt32 h, UInt32 d, SInt32 l = 0, SInt32 t = 0, SInt32 f = 0) {
+  return b.U32(520).U32(w).U32(h).U32(d).U32(UInt32(l)).U32(UInt32(t)).U32(UInt32(f)).F64(1).F64(1).F64(1);
+}
+
+// A complete Grey8 stream whose rows hold inRowVoxels voxels (padding when wider than w).
+inline Bytes Grey8Stream(UInt32 w, UInt32 h, UInt32 d, UInt32 inRowVoxels, const std::vector<UInt8>& inData) {
+  Bytes b;
+  VolumeLayer(b.U32(65641), w, h, d).U32(114).U32(65638).U32(inRowVoxels).U32(0).Handle(inData);
+  b.U32(103).U32(65640).U32(65641);
+  return b;
 }
 
 template <class V>

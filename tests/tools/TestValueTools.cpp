@@ -1,28 +1,61 @@
+// The value tools: XInvertVolumeTool with its persisting maximum, and
 // XImageOffsetTool and XHardLightImageBlendingTool: float arithmetic brought
 // back into each type (clamped at both ends, truncated), alpha kept, the
 // weights' bounds limiting the blend, and the types refused.
-#include <gtest/gtest.h>
-
+#include <cmath>
 #include <limits>
 #include <memory>
 #include <vector>
 
-#include "SimpleToolsTestSupport.h"
+#include "ToolTestSupport.h"
 #include "tools/XHardLightImageBlendingTool.h"
 #include "tools/XImageOffsetTool.h"
+#include "tools/XInvertVolumeTool.h"
 
-using namespace simpletools;
-
-namespace {
-
+using namespace tooltest;
 using ARGB = XARGB32Colour;
 using RGB48 = XRGB48Colour;
 
-}  // namespace
+// ---------------------------------------------------------------- invert
+
+TEST_F(ToolTest, InvertGivesMaximumMinusValuePerType) {
+  XInvertVolumeTool tool8, mask, tool16, argb, rgb;
+  EXPECT_EQ(ApplyToRow<XGrey8Volume>(tool8, {0, 255, 100}), (std::vector<UInt8>{255, 0, 155}));
+  EXPECT_EQ(tool8.GetMaximum(), 255.0);
+  EXPECT_EQ(ApplyToRow<XMaskVolume>(mask, {255, 0}), (std::vector<UInt8>{0, 255}));  // as grey
+  EXPECT_EQ(ApplyToRow<XGrey16Volume>(tool16, {0, 65535, 1000}), (std::vector<UInt16>{65535, 0, 64535}));
+  // Colours invert red, green and blue, and keep alpha.
+  EXPECT_EQ(ApplyToRow<XARGB32Volume>(argb, {ARGB(17, 0, 255, 100), ARGB(0, 255, 0, 1)}),
+            (std::vector<ARGB>{ARGB(17, 255, 0, 155), ARGB(0, 0, 255, 254)}));
+  EXPECT_EQ(ApplyToRow<XRGB48Volume>(rgb, {XRGB48Colour(0, 65535, 30000)}),
+            (std::vector<XRGB48Colour>{XRGB48Colour(65535, 0, 35535)}));
+}
+
+TEST_F(ToolTest, InvertFloatsMapMinimumToOneAndMaximumToZero) {
+  // 1 - (v / max - min / max) with max 10 and min 2.
+  XInvertVolumeTool tool, normalised;
+  const auto out = ApplyToRow<XFPVolume>(tool, {2.0f, 10.0f, 6.0f});
+  const Float32 expected[] = {1.0f, 0.2f, 0.6f};
+  for (int i = 0; i < 3; ++i) EXPECT_FLOAT_EQ(out[i], expected[i]) << i;
+  EXPECT_EQ(tool.GetMaximum(), 10.0);
+  // Normalised data: a maximum below 1 is used as it is: 1 - (0.8 / 0.8 - 0.2 / 0.8).
+  EXPECT_FLOAT_EQ(ApplyToRow<XFPVolume>(normalised, {0.2f, 0.8f})[1], 0.25f);
+}
+
+TEST_F(ToolTest, InvertKeepsTheFirstMaximumForLaterPixelTypes) {
+  XInvertVolumeTool tool;
+  ApplyToRow<XGrey8Volume>(tool, {5});
+  // 255 - 1000 wraps in 16 bits.
+  EXPECT_EQ(ApplyToRow<XGrey16Volume>(tool, {200, 1000}), (std::vector<UInt16>{55, UInt16(255 - 1000)}));
+  // A 16-bit maximum carried to 8 bits keeps its low byte: 65535 acts as 255.
+  XInvertVolumeTool wide;
+  ApplyToRow<XGrey16Volume>(wide, {0});
+  EXPECT_EQ(ApplyToRow<XGrey8Volume>(wide, {5}), (std::vector<UInt8>{250}));
+}
 
 // ---------------------------------------------------------------- offset
 
-TEST_F(SimpleToolTest, OffsetClampsIntegerTypesAtBothEndsAndTruncates) {
+TEST_F(ToolTest, OffsetClampsIntegerTypesAtBothEndsAndTruncates) {
   XImageOffsetTool down(10.0f), up(-10.0f), half(0.5f);
   EXPECT_EQ(ApplyToRow<XGrey8Volume>(down, {0, 5, 10, 100, 255}), (std::vector<UInt8>{0, 0, 0, 90, 245}));
   EXPECT_EQ(ApplyToRow<XGrey8Volume>(up, {0, 245, 246, 255}), (std::vector<UInt8>{10, 255, 255, 255}));
@@ -32,7 +65,7 @@ TEST_F(SimpleToolTest, OffsetClampsIntegerTypesAtBothEndsAndTruncates) {
   EXPECT_EQ(ApplyToRow<XGrey16Volume>(half, {0, 65535}), (std::vector<UInt16>{0, 65534}));
 }
 
-TEST_F(SimpleToolTest, OffsetOnFloatsGoesBelowZeroAndColoursKeepAlpha) {
+TEST_F(ToolTest, OffsetOnFloatsGoesBelowZeroAndColoursKeepAlpha) {
   XImageOffsetTool tool(1.5f), huge(-std::numeric_limits<Float32>::max());
   const Float32 top = std::numeric_limits<Float32>::max();
   EXPECT_EQ(ApplyToRow<XFPVolume>(tool, {0.0f, 2.25f, -1e30f}), (std::vector<Float32>{-1.5f, 0.75f, -1e30f}));
@@ -42,14 +75,6 @@ TEST_F(SimpleToolTest, OffsetOnFloatsGoesBelowZeroAndColoursKeepAlpha) {
   EXPECT_EQ(ApplyToRow<XARGB32Volume>(down, {ARGB(77, 10, 20, 255), ARGB(0, 21, 0, 0)}),
             (std::vector<ARGB>{ARGB(77, 0, 0, 235), ARGB(0, 1, 0, 0)}));
   EXPECT_EQ(ApplyToRow<XRGB48Volume>(up, {RGB48(0, 65435, 65535)}), (std::vector<RGB48>{RGB48(100, 65535, 65535)}));
-}
-
-TEST_F(SimpleToolTest, OffsetRefusesBGRA32AndGrey32) {
-  XImageOffsetTool tool(1.0f);
-  XBGRA32Volume bgra(2, 2, 1);
-  XGrey32Volume labels(2, 2, 1);
-  EXPECT_EQ(ErrorOf([&] { tool.ApplyToolInPlace(bgra); }), kErrNotForPixelType);
-  EXPECT_EQ(ErrorOf([&] { tool.ApplyToolInPlace(labels); }), kErrNotForPixelType);
 }
 
 // ---------------------------------------------------------------- hard light
@@ -65,7 +90,7 @@ std::unique_ptr<XFPVolume> Weights(const X3DRect& inBox, Float32 w) {
 
 }  // namespace
 
-TEST_F(SimpleToolTest, HardLightScalesOnlyBelowTheThreshold) {
+TEST_F(ToolTest, HardLightScalesOnlyBelowTheThreshold) {
   auto half = Weights(X3DRect(5, 1, 1), 0.5f);
   XHardLightImageBlendingTool tool(*half, 128.0);
   // 127 is below and halves (truncated); 128 is at the threshold and stays.
@@ -82,7 +107,7 @@ TEST_F(SimpleToolTest, HardLightScalesOnlyBelowTheThreshold) {
   EXPECT_EQ(ApplyToRow<XFPVolume>(dark, {0.5f, -2.0f}), (std::vector<Float32>{-0.5f, 2.0f}));
 }
 
-TEST_F(SimpleToolTest, HardLightOnColoursActsPerChannel) {
+TEST_F(ToolTest, HardLightOnColoursActsPerChannel) {
   auto weights = Weights(X3DRect(2, 1, 1), 0.5f);
   XHardLightImageBlendingTool tool(*weights, 100.0);
   EXPECT_EQ(ApplyToRow<XARGB32Volume>(tool, {ARGB(3, 50, 100, 255), ARGB(255, 99, 1, 0)}),
@@ -90,7 +115,7 @@ TEST_F(SimpleToolTest, HardLightOnColoursActsPerChannel) {
   EXPECT_EQ(ApplyToRow<XRGB48Volume>(tool, {RGB48(99, 100, 65535)}), (std::vector<RGB48>{RGB48(49, 100, 65535)}));
 }
 
-TEST_F(SimpleToolTest, HardLightVisitsOnlyTheWeightsBounds) {
+TEST_F(ToolTest, HardLightVisitsOnlyTheWeightsBounds) {
   // Weights over x 1..2 and z 1 of a 4 x 2 x 2 volume placed at (10, 0, 0).
   XGrey8Volume volume(X3DRect(10, 0, 0, 14, 2, 2));
   FillWith(volume, [](SInt32, SInt32, SInt32) { return UInt8(40); });
@@ -105,11 +130,12 @@ TEST_F(SimpleToolTest, HardLightVisitsOnlyTheWeightsBounds) {
       }
 }
 
-TEST_F(SimpleToolTest, HardLightRefusesBGRA32AndGrey32) {
+TEST_F(ToolTest, InvertOffsetAndHardLightRefuseBGRA32AndGrey32) {
   auto weights = Weights(X3DRect(2, 2, 1), 1.0f);
-  XHardLightImageBlendingTool tool(*weights, 1.0);
-  XBGRA32Volume bgra(2, 2, 1);
-  XGrey32Volume labels(2, 2, 1);
-  EXPECT_EQ(ErrorOf([&] { tool.ApplyToolInPlace(bgra); }), kErrNotForPixelType);
-  EXPECT_EQ(ErrorOf([&] { tool.ApplyToolInPlace(labels); }), kErrNotForPixelType);
+  XHardLightImageBlendingTool hardLight(*weights, 1.0);
+  XImageOffsetTool offset(1.0f);
+  XInvertVolumeTool invert;
+  for (X1To1VolumeTool* tool : std::vector<X1To1VolumeTool*>{&hardLight, &offset, &invert})
+    ExpectRefused(Volumes<XBGRA32Volume, XGrey32Volume>(), [&](XVolume& v) { tool->ApplyToolInPlace(v); });
+  EXPECT_TRUE(std::isnan(invert.GetMaximum()));  // a refusal fills nothing in
 }
