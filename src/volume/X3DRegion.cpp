@@ -665,6 +665,7 @@ void ExpectObjectOf(XStream& inStream, const XVersion& inClass) {
 void X3DRegion::ReadStreamSelf(XStream& inStream, const XVersion& inTag, XOptions) {
   ExpectObjectOf(inStream, X3DRect::GetClassVersion());
   std::unique_ptr<X3DRect> box = inStream.ReadObjectAs<X3DRect>(kReadAll);
+  if (!box) throw XException(kErrWrongClass, "region without a box");
   std::unique_ptr<XMaskVolume> mask;
   if (inStream.Read8() != 0) {
     if (inTag.GetClassVersion() != 0) {
@@ -675,6 +676,7 @@ void X3DRegion::ReadStreamSelf(XStream& inStream, const XVersion& inTag, XOption
       // whatever volume the stream names and convert it to a mask of the box.
       ExpectObjectOf(inStream, XVolume::GetClassVersion());
       std::unique_ptr<XVolume> old = inStream.ReadObjectAs<XVolume>(kReadAll);
+      if (!old) throw XException(kErrWrongClass, "complex region without a mask");
       // The box must not ask for more voxels than the stream carried.
       if (box->GetVolume() > old->GetBounds().GetVolume())
         throw XException(kErrBadStreamSize, "region box larger than its mask");
@@ -684,6 +686,7 @@ void X3DRegion::ReadStreamSelf(XStream& inStream, const XVersion& inTag, XOption
       overlap.Sect(*box);
       if (!overlap.IsEmptyOrInsideOut()) old->CopyOut(*mask, overlap, overlap, nullptr);
     }
+    if (!mask) throw XException(kErrWrongClass, "complex region without a mask");
     // Everything that walks the mask relies on it covering the box exactly.
     if (mask->GetBounds() != *box) throw XException(kErrBadStreamSize, "region mask does not match its box");
   }
