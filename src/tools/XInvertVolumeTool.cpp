@@ -14,32 +14,28 @@ void XInvertVolumeTool::DefaultMaximum(Float64 inValue) {
   if (std::isnan(itsMaximum)) itsMaximum = inValue;
 }
 
-void XInvertVolumeTool::ApplyToolGrey8(const XGrey8Volume& inSource, XVolume& ioDest) {
+template <class Helper, class Channel, class V>
+void XInvertVolumeTool::InvertIntegers(const V& inSource, XVolume& ioDest, Float64 inDefaultMaximum) {
   CopySourceIntoDest(inSource, ioDest);
-  DefaultMaximum(255.0);
-  XInvertHelperGrey8 helper(XTruncateTo<UInt8>(itsMaximum));
-  XScanVolume(DestAs<XGrey8Volume>(ioDest), nullptr, helper);
+  DefaultMaximum(inDefaultMaximum);
+  Helper helper(XTruncateTo<Channel>(itsMaximum));
+  XScanVolume(DestAs<V>(ioDest), nullptr, helper);
+}
+
+void XInvertVolumeTool::ApplyToolGrey8(const XGrey8Volume& inSource, XVolume& ioDest) {
+  InvertIntegers<XInvertHelperGrey8, UInt8>(inSource, ioDest, 255.0);
 }
 
 void XInvertVolumeTool::ApplyToolGrey16(const XGrey16Volume& inSource, XVolume& ioDest) {
-  CopySourceIntoDest(inSource, ioDest);
-  DefaultMaximum(65535.0);
-  XInvertHelperGrey16 helper(XTruncateTo<UInt16>(itsMaximum));
-  XScanVolume(DestAs<XGrey16Volume>(ioDest), nullptr, helper);
+  InvertIntegers<XInvertHelperGrey16, UInt16>(inSource, ioDest, 65535.0);
 }
 
 void XInvertVolumeTool::ApplyToolARGB32(const XARGB32Volume& inSource, XVolume& ioDest) {
-  CopySourceIntoDest(inSource, ioDest);
-  DefaultMaximum(255.0);
-  XInvertHelperARGB32 helper(XTruncateTo<UInt8>(itsMaximum));
-  XScanVolume(DestAs<XARGB32Volume>(ioDest), nullptr, helper);
+  InvertIntegers<XInvertHelperARGB32, UInt8>(inSource, ioDest, 255.0);
 }
 
 void XInvertVolumeTool::ApplyToolRGB48(const XRGB48Volume& inSource, XVolume& ioDest) {
-  CopySourceIntoDest(inSource, ioDest);
-  DefaultMaximum(65535.0);
-  XInvertHelperRGB48 helper(XTruncateTo<UInt16>(itsMaximum));
-  XScanVolume(DestAs<XRGB48Volume>(ioDest), nullptr, helper);
+  InvertIntegers<XInvertHelperRGB48, UInt16>(inSource, ioDest, 65535.0);
 }
 
 void XInvertVolumeTool::ApplyToolFP(const XFPVolume& inSource, XVolume& ioDest) {

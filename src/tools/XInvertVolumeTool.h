@@ -77,6 +77,10 @@ class XInvertVolumeTool : public X1To1VolumeTool {
  private:
   // Fills in the maximum on first use.
   void DefaultMaximum(Float64 inValue);
+  // The integer forms: copy in, fill in the maximum, and walk dest with a
+  // helper made from the maximum truncated to the voxel's channel type.
+  template <class Helper, class Channel, class V>
+  void InvertIntegers(const V& inSource, XVolume& ioDest, Float64 inDefaultMaximum);
 
   Float64 itsMaximum;
 };
