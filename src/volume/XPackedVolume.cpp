@@ -412,6 +412,20 @@ XPackedVolume<T>* XPackedVolume<T>::NewPlaneVolume(const X3DRect& inBox) const {
 }
 
 template <class T>
+XVolume* XPackedVolume<T>::FinishPlane(std::unique_ptr<XPackedVolume> inPlain, bool inApplyAspect, Float64 inXCal,
+                                       Float64 inYCal, Float64 inZCal, Float64 inWidthScale,
+                                       Float64 inHeightScale) const {
+  if (!inApplyAspect) {
+    inPlain->SetXCalibration(inXCal);
+    inPlain->SetYCalibration(inYCal);
+    inPlain->SetZCalibration(inZCal);
+  } else if (inWidthScale != 1.0 || inHeightScale != 1.0) {
+    return ScaleForAspect(inPlain.release(), inWidthScale, inHeightScale);
+  }
+  return inPlain.release();
+}
+
+template <class T>
 XVolume* XPackedVolume<T>::XYPlaneToVolume(SInt32 inPlane, bool inApplyAspect) const {
   XAssert(inPlane < SInt32(GetDepth()));
   XAssert(inPlane >= 0);
@@ -425,12 +439,8 @@ XVolume* XPackedVolume<T>::XYPlaneToVolume(SInt32 inPlane, bool inApplyAspect) c
     for (SInt32 y = b.top; y < b.bottom; ++y)
       std::memcpy(plain->GetVoxelPtr(b.left, y, z), GetVoxelPtr(b.left, y, z), GetWidth() * sizeof(T));
   }
-  if (!inApplyAspect) {
-    plain->CopyScalingFrom(*this);
-  } else if (GetXScale(kXYPlane) != 1.0 || GetYScale(kXYPlane) != 1.0) {
-    return ScaleForAspect(plain.release(), GetXScale(kXYPlane), GetYScale(kXYPlane));
-  }
-  return plain.release();
+  return FinishPlane(std::move(plain), inApplyAspect, GetXCalibration(), GetYCalibration(), GetZCalibration(),
+                     GetXScale(kXYPlane), GetYScale(kXYPlane));
 }
 
 template <class T>
@@ -447,14 +457,8 @@ XVolume* XPackedVolume<T>::XZPlaneToVolume(SInt32 inPlane, bool inApplyAspect) c
     for (SInt32 z = b.front; z < b.back; ++z)
       std::memcpy(plain->GetVoxelPtr(b.left, z, y), GetVoxelPtr(b.left, y, z), GetWidth() * sizeof(T));
   }
-  if (!inApplyAspect) {
-    plain->SetXCalibration(GetXCalibration());
-    plain->SetYCalibration(GetZCalibration());
-    plain->SetZCalibration(GetYCalibration());
-  } else if (GetXScale(kXYPlane) != 1.0 || GetZScale(kXYPlane) != 1.0) {
-    return ScaleForAspect(plain.release(), GetXScale(kXYPlane), GetZScale(kXYPlane));
-  }
-  return plain.release();
+  return FinishPlane(std::move(plain), inApplyAspect, GetXCalibration(), GetZCalibration(), GetYCalibration(),
+                     GetXScale(kXYPlane), GetZScale(kXYPlane));
 }
 
 template <class T>
@@ -475,14 +479,8 @@ XVolume* XPackedVolume<T>::YZPlaneToVolume(SInt32 inPlane, bool inApplyAspect) c
       for (SInt32 k = 0; k < SInt32(GetDepth()); ++k, from += step) to[k] = *from;
     }
   }
-  if (!inApplyAspect) {
-    plain->SetXCalibration(GetZCalibration());
-    plain->SetYCalibration(GetYCalibration());
-    plain->SetZCalibration(GetXCalibration());
-  } else if (GetZScale(kXYPlane) != 1.0 || GetYScale(kXYPlane) != 1.0) {
-    return ScaleForAspect(plain.release(), GetZScale(kXYPlane), GetYScale(kXYPlane));
-  }
-  return plain.release();
+  return FinishPlane(std::move(plain), inApplyAspect, GetZCalibration(), GetYCalibration(), GetXCalibration(),
+                     GetZScale(kXYPlane), GetYScale(kXYPlane));
 }
 
 template <class T>

@@ -201,6 +201,10 @@ class XPackedVolume : public XBasePackedVolume {
   void ReadPackedImageStream(XStream& inStream, XOptions inOptions);
   // A new volume of this class for a plane, and the typed form of a clone.
   XPackedVolume* NewPlaneVolume(const X3DRect& inBox) const;
+  // The last step of plane extraction: the plane's calibrations, or with
+  // inApplyAspect the resampling to square pixels when a scale is not 1.
+  XVolume* FinishPlane(std::unique_ptr<XPackedVolume> inPlain, bool inApplyAspect, Float64 inXCal, Float64 inYCal,
+                       Float64 inZCal, Float64 inWidthScale, Float64 inHeightScale) const;
 
   // The lossy form, behind its class word: the header fields, then the
   // length-prefixed coded image (see XLossyVolumeCodec.h).
