@@ -15,6 +15,8 @@
 #include "volume/XGrey16Volume.h"
 #include "volume/XGrey8Volume.h"
 
+using namespace mirelan;
+
 namespace {
 
 constexpr UInt32 kWidth = 256, kHeight = 256, kDepth = 64;

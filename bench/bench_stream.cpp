@@ -10,6 +10,8 @@
 #include "core/XHandleStream.h"
 #include "core/XMemoryHandle.h"
 
+using namespace mirelan;
+
 namespace {
 
 constexpr UInt64 kBytes = 64ull << 20;

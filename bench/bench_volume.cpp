@@ -12,6 +12,8 @@
 #include "volume/XGrey8Volume.h"
 #include "volume/XMaskVolume.h"
 
+using namespace mirelan;
+
 namespace {
 
 constexpr UInt32 kWidth = 256, kHeight = 256, kDepth = 64;

@@ -21,6 +21,8 @@
 #include "volume/XRGB48Volume.h"
 #include "volume/XRegisterImagingClasses.h"
 
+using namespace mirelan;
+
 namespace {
 
 // A stack of 8-bit planes with a few bright blobs on a dim gradient, like a

@@ -6,6 +6,8 @@
 #include "Commands.h"
 #include "core/XException.h"
 
+using namespace mirelan;
+
 namespace {
 
 void PrintUsage() {

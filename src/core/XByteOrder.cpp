@@ -2,6 +2,8 @@
 
 #include <cstring>
 
+namespace mirelan {
+
 namespace {
 
 template <typename U, U (*Swap)(U)>
@@ -38,3 +40,5 @@ void SwapBufferBytes(void* outDest, const void* inSource, UInt64 inBytes, XByteS
   UInt64 done = whole * unit;
   if (done < inBytes && dest != source) std::memmove(dest + done, source + done, inBytes - done);
 }
+
+}  // namespace mirelan

@@ -5,6 +5,8 @@
 
 #include "core/XTypes.h"
 
+namespace mirelan {
+
 enum XByteOrder : UInt8 { kLittleEndian = 0, kBigEndian = 1 };
 
 // How a block of voxels is swapped: 0 not at all, 1 in 16-bit units, 2 in 32-bit units.
@@ -28,3 +30,5 @@ void SwapBuffer32(void* ioBuffer, UInt64 inCount);
 // Copies inBytes bytes from inSource to outDest swapping by inMode; a trailing
 // part shorter than one unit is copied as it is. Source and destination may be equal.
 void SwapBufferBytes(void* outDest, const void* inSource, UInt64 inBytes, XByteSwapMode inMode);
+
+}  // namespace mirelan

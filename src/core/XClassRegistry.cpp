@@ -7,6 +7,8 @@
 
 #include "core/XStream.h"
 
+namespace mirelan {
+
 namespace {
 
 struct XClassEntry {
@@ -158,3 +160,5 @@ XStorable* XClassRegistry::CreateObject(const XVersion& inVersion) {
   }
   return factory ? factory() : nullptr;
 }
+
+}  // namespace mirelan

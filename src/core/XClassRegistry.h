@@ -6,6 +6,8 @@
 
 #include "core/XStorable.h"
 
+namespace mirelan {
+
 class XStream;
 
 using XStreamFactory = XStorable* (*)(XStream& inStream, const XVersion& inVersion,
@@ -52,3 +54,5 @@ template <class C>
 XStorable* XDefaultConstructorFactory() {
   return new C;
 }
+
+}  // namespace mirelan

@@ -11,6 +11,8 @@
 
 #include "core/XException.h"
 
+namespace mirelan {
+
 template <class T>
 using XVector = std::vector<T>;
 
@@ -151,3 +153,5 @@ class XPtrVector {
  private:
   std::vector<T*> itsItems;
 };
+
+}  // namespace mirelan

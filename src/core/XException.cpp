@@ -5,6 +5,8 @@
 #include <map>
 #include <mutex>
 
+namespace mirelan {
+
 namespace {
 
 std::mutex& ErrorMapMutex() {
@@ -85,3 +87,5 @@ void MirelanInternalError(const char* inExpression, const char* inFile, int inLi
   sHandler.load()(inExpression, inFile, inLine);
   std::abort();
 }
+
+}  // namespace mirelan

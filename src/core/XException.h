@@ -7,6 +7,8 @@
 
 #include "core/XTypes.h"
 
+namespace mirelan {
+
 // Numbers the core throws. The imaging layers add their own (see docs).
 enum : SInt32 {
   kErrEndOfStream = 1001,      // a read went past the end of a stream
@@ -79,4 +81,6 @@ XInternalErrorHandler SetInternalErrorHandler(XInternalErrorHandler inHandler);
 [[noreturn]] void MirelanInternalError(const char* inExpression, const char* inFile, int inLine);
 
 #define XAssert(expr) \
-  ((expr) ? static_cast<void>(0) : MirelanInternalError(#expr, __FILE__, __LINE__))
+  ((expr) ? static_cast<void>(0) : ::mirelan::MirelanInternalError(#expr, __FILE__, __LINE__))
+
+}  // namespace mirelan

@@ -9,6 +9,8 @@
 
 #include "core/XException.h"
 
+namespace mirelan {
+
 XString XFileSpec::GetName() const {
   auto slash = itsPath.find_last_of('/');
   return slash == XString::npos ? itsPath : itsPath.substr(slash + 1);
@@ -89,3 +91,5 @@ UInt64 XFile::GetSize() const {
 void XFile::SetSize(UInt64 inSize) {
   if (::ftruncate(itsDescriptor, static_cast<off_t>(inSize)) != 0) Fail("cannot resize");
 }
+
+}  // namespace mirelan

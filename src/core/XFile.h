@@ -3,6 +3,8 @@
 
 #include "core/XTypes.h"
 
+namespace mirelan {
+
 class XFileSpec {
  public:
   XFileSpec() = default;
@@ -54,3 +56,5 @@ class XFile {
   XFileMode itsMode = kReadOnly;
   int itsDescriptor = -1;
 };
+
+}  // namespace mirelan

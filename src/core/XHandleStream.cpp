@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cstring>
 
+namespace mirelan {
+
 // ------------------------------------------------------------- handle stream
 
 XHandleStream::XHandleStream(XMemoryHandle& ioHandle, XByteOrder inOrder)
@@ -137,3 +139,5 @@ void XFileStream::WriteBytes(const void* inBuffer, UInt64 inBytes) {
   itsPendingBytes += inBytes;
   itsPosition += inBytes;
 }
+
+}  // namespace mirelan

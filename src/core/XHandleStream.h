@@ -7,6 +7,8 @@
 #include "core/XMemoryHandle.h"
 #include "core/XStream.h"
 
+namespace mirelan {
+
 // A stream whose bytes live in the caller's XMemoryHandle. The handle stays
 // locked while the stream is open; on closing it is cut to the stream's extent.
 class XHandleStream : public XStream {
@@ -68,3 +70,5 @@ class XFileStream : public XStream {
   UInt64 itsPendingBytes = 0;
   UInt64 itsPosition = 0;
 };
+
+}  // namespace mirelan

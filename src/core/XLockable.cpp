@@ -1,5 +1,7 @@
 #include "core/XLockable.h"
 
+namespace mirelan {
+
 XLockable::XLockable(const XLockable& inOther) { SetDataFetcher(inOther.itsFetcher); }
 
 XLockable& XLockable::operator=(const XLockable& inOther) {
@@ -20,3 +22,5 @@ void XLockable::SetDataFetcher(XDataFetcher* inFetcher) {
 }
 
 bool XLockable::FetchData() { return itsFetcher && itsFetcher->LoadDataSelf(*this); }
+
+}  // namespace mirelan

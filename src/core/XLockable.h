@@ -6,6 +6,8 @@
 
 #include "core/XTypes.h"
 
+namespace mirelan {
+
 // 1 read and write, 2 read only, 3 write with the old content of no interest.
 enum XLockMode : UInt8 { kLockReadWrite = 1, kLockRead = 2, kLockWrite = 3 };
 
@@ -75,3 +77,5 @@ class XLock {
   const XLockable& itsLockable;
   XLockMode itsMode;
 };
+
+}  // namespace mirelan

@@ -12,6 +12,8 @@
 #include "core/XException.h"
 #include "core/XStream.h"
 
+namespace mirelan {
+
 // The shared block behind handles.
 struct XMemoryBlock {
   std::mutex itsMutex;
@@ -389,3 +391,5 @@ std::shared_ptr<XMemoryBlock> MapFileRange(const XFileSpec& inSpec, UInt64 inOff
 XMappedFileMemoryHandle::XMappedFileMemoryHandle(const XFileSpec& inSpec, UInt64 inOffset, UInt64 inSize,
                                                  UInt32, UInt32, UInt32)
     : XMemoryHandle(MapFileRange(inSpec, inOffset, inSize)) {}
+
+}  // namespace mirelan

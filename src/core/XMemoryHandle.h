@@ -9,6 +9,8 @@
 #include "core/XFile.h"
 #include "core/XStorable.h"
 
+namespace mirelan {
+
 class XStream;
 struct XMemoryBlock;
 
@@ -106,3 +108,5 @@ class XMappedFileMemoryHandle : public XMemoryHandle {
   XMappedFileMemoryHandle(const XFileSpec& inSpec, UInt64 inOffset, UInt64 inSize,
                           UInt32 inReserved = 0, UInt32 inMode = 5, UInt32 inFlags = 0);
 };
+
+}  // namespace mirelan

@@ -10,6 +10,8 @@
 
 #include "core/XException.h"
 
+namespace mirelan {
+
 // The process-wide state behind speakers and listeners, under one lock.
 //
 // A delivery is recorded while it runs, with the listeners it is still to
@@ -257,3 +259,5 @@ std::function<void()> XSpeaker::SetQueueNotifier(std::function<void()> inNotifie
   std::swap(centre.notifier, inNotifier);
   return inNotifier;
 }
+
+}  // namespace mirelan

@@ -7,6 +7,8 @@
 
 #include "core/XTypes.h"
 
+namespace mirelan {
+
 class XSpeaker;
 class XListener;
 
@@ -106,3 +108,5 @@ class XSpeaker {
   std::vector<XListener*> itsListeners;  // guarded by the process-wide message lock
   bool itsMute = false;                  // likewise
 };
+
+}  // namespace mirelan

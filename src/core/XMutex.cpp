@@ -5,6 +5,8 @@
 
 #include "core/XException.h"
 
+namespace mirelan {
+
 XMutex::XMutex(SInt32 inSpinCount, bool) : itsSpinCount(inSpinCount < 0 ? 0 : inSpinCount) {}
 
 bool XMutex::Lock(SInt32 inTimeout, bool) {
@@ -72,3 +74,5 @@ void XConditionVariable::Reset() {
   std::lock_guard<std::mutex> guard(itsMutex);
   itsSignalled = false;
 }
+
+}  // namespace mirelan

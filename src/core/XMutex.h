@@ -7,6 +7,8 @@
 
 #include "core/XTypes.h"
 
+namespace mirelan {
+
 // A recursive mutex: the thread that holds it may lock it again, and must
 // unlock it as often. Timeouts are in milliseconds; -1 waits for ever, 0 only tries.
 // Before blocking, Lock tries up to the spin count times, which pays off for the
@@ -100,3 +102,5 @@ class XConditionVariable {
   std::condition_variable itsCondition;
   bool itsSignalled = false;
 };
+
+}  // namespace mirelan

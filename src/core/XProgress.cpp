@@ -9,6 +9,8 @@
 #include "core/XThread.h"
 #include "core/XTime.h"
 
+namespace mirelan {
+
 namespace {
 
 std::atomic<bool> sHasSink{false};
@@ -131,3 +133,5 @@ XProgress::Sink XProgress::SetSink(Sink inSink) {
 bool XProgress::HasSink() { return sHasSink.load(); }
 
 XProgress* XProgress::GetCurrent() { return sCurrent; }
+
+}  // namespace mirelan

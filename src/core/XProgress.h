@@ -5,6 +5,8 @@
 
 #include "core/XTypes.h"
 
+namespace mirelan {
+
 enum XProgressType : SInt32 {
   kProgressSilent = 0,    // counts and honours cancels, never calls the sink
   kProgressStandard = 3,  // reports through the sink; what the library's tools use
@@ -76,3 +78,5 @@ class XProgress {
   bool itsShown;
   int itsUncaughtExceptions;  // at construction, to tell unwinding from a normal end
 };
+
+}  // namespace mirelan

@@ -6,6 +6,8 @@
 
 #include "core/XTypes.h"
 
+namespace mirelan {
+
 // Holds [first, first + length). Used for timepoint and channel ranges, which
 // start at 1. The end is computed in 64 bits so that it never overflows.
 class XRange {
@@ -69,3 +71,5 @@ class XRange {
   SInt32 itsFirst;
   UInt32 itsLength;
 };
+
+}  // namespace mirelan

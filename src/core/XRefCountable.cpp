@@ -2,6 +2,8 @@
 
 #include "core/XException.h"
 
+namespace mirelan {
+
 XRefCountable::~XRefCountable() = default;
 
 void XRefCountable::ReleaseRef() const {
@@ -17,3 +19,5 @@ void XRefPtrBase::ResetBase(const XRefCountable* inObject) {
   itsObject = inObject;
   if (old) old->ReleaseRef();
 }
+
+}  // namespace mirelan

@@ -8,6 +8,8 @@
 
 #include "core/XTypes.h"
 
+namespace mirelan {
+
 // Base of objects shared through XRefPtr. The count starts at zero: the first
 // XRefPtr (or AddRef) takes it to one, and the ReleaseRef that brings it back
 // to zero deletes the object, so it must have been made with new. Counting is
@@ -89,3 +91,5 @@ template <class T, class... Args>
 XRefPtr<T> MakeRefPtr(Args&&... inArgs) {
   return XRefPtr<T>(new T(std::forward<Args>(inArgs)...));
 }
+
+}  // namespace mirelan

@@ -2,6 +2,8 @@
 
 #include "core/XException.h"
 
+namespace mirelan {
+
 XResourceTracker& XResourceTracker::GetTracker() {
   static XResourceTracker* sTracker = new XResourceTracker();
   return *sTracker;
@@ -31,3 +33,5 @@ std::map<XString, SInt64> XResourceTracker::GetAllCounts() const {
   std::lock_guard<std::mutex> guard(itsMutex);
   return std::map<XString, SInt64>(itsCounts.begin(), itsCounts.end());
 }
+
+}  // namespace mirelan

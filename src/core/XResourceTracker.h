@@ -8,6 +8,8 @@
 
 #include "core/XTypes.h"
 
+namespace mirelan {
+
 // One process-wide tracker. Every XVolume constructor adds to its kind and the
 // destructor removes, so hosts and tests can count live volumes. A count may go
 // below zero only through unbalanced calls, which it shows rather than hides.
@@ -33,3 +35,5 @@ class XResourceTracker {
   // Transparent comparison: looking up a kind does not build a string.
   std::map<XString, SInt64, std::less<>> itsCounts;
 };
+
+}  // namespace mirelan

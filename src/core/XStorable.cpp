@@ -3,6 +3,8 @@
 #include "core/XClassRegistry.h"
 #include "core/XStream.h"
 
+namespace mirelan {
+
 XVersion XStorable::ReadClassVersion(XStream& inStream, const XVersion& inDefault) {
   if (inDefault.IsNull()) return inStream.ReadVersion();
   UInt8 bytes[4];
@@ -31,3 +33,5 @@ XVersion XStorable::ReadCheckedClassVersion(XStream& inStream, const XVersion& i
   CheckClassVersion(found, inExpected);
   return found;
 }
+
+}  // namespace mirelan

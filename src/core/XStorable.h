@@ -3,6 +3,8 @@
 
 #include "core/XVersion.h"
 
+namespace mirelan {
+
 class XStream;
 
 class XStorable : public XVersioned {
@@ -42,3 +44,5 @@ class XStorable : public XVersioned {
   // The same checks on a tag already read.
   static void CheckClassVersion(const XVersion& inFound, const XVersion& inExpected);
 };
+
+}  // namespace mirelan

@@ -5,6 +5,8 @@
 
 #include "core/XClassRegistry.h"
 
+namespace mirelan {
+
 namespace {
 
 constexpr char kStreamMagic[4] = {'M', 'I', 'R', 'L'};
@@ -240,3 +242,5 @@ void XMemoryStream::WriteBytes(const void* inBuffer, UInt64 inBytes) {
   itsPosition = end;
   itsExtent = std::max(itsExtent, end);
 }
+
+}  // namespace mirelan

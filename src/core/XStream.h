@@ -10,6 +10,8 @@
 #include "core/XStorable.h"
 #include "core/XUUID.h"
 
+namespace mirelan {
+
 class XStream {
  public:
   // Format version written into stream headers by WriteStreamInfo.
@@ -181,3 +183,5 @@ inline void WriteStreamValue(XStream& s, SInt64 v) { s.Write64S(v); }
 inline void WriteStreamValue(XStream& s, Float32 v) { s.WriteFloat32S(v); }
 inline void WriteStreamValue(XStream& s, Float64 v) { s.WriteFloat64S(v); }
 inline void WriteStreamValue(XStream& s, const XString& v) { s.WriteString(v); }
+
+}  // namespace mirelan

@@ -12,6 +12,8 @@
 #include "core/XProgress.h"
 #include "core/XTime.h"
 
+namespace mirelan {
+
 namespace {
 
 thread_local XThread* sCurrentThread = nullptr;
@@ -236,3 +238,5 @@ bool XThread::IsSuspended() const {
   std::lock_guard<std::mutex> guard(itsMutex);
   return itsSuspended;
 }
+
+}  // namespace mirelan

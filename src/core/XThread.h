@@ -9,6 +9,8 @@
 
 #include "core/XTypes.h"
 
+namespace mirelan {
+
 enum XThreadPriority : SInt32 {
   kThreadPriorityIdle = 0,
   kThreadPriorityLowest,
@@ -135,3 +137,5 @@ class XThread {
   std::atomic<XThreadState> itsState{kThreadNotStarted};
   std::atomic<SInt32> itsReturnCode{0};
 };
+
+}  // namespace mirelan

@@ -4,6 +4,8 @@
 #include <cstdio>
 #include <ctime>
 
+namespace mirelan {
+
 XTime XTime::Now() {
   using namespace std::chrono;
   return XTime(duration_cast<microseconds>(system_clock::now().time_since_epoch()).count());
@@ -32,3 +34,5 @@ UInt64 GetMicroSecondTime() {
   return static_cast<UInt64>(
       duration_cast<microseconds>(steady_clock::now().time_since_epoch()).count());
 }
+
+}  // namespace mirelan

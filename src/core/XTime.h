@@ -3,6 +3,8 @@
 
 #include "core/XTypes.h"
 
+namespace mirelan {
+
 // An instant as signed microseconds since 1970-01-01 00:00:00 UTC. A plain
 // value: differences are microsecond counts, so durations need no type of their own.
 class XTime {
@@ -61,3 +63,5 @@ class XTime {
 // A monotonic clock in microseconds from an arbitrary origin: never goes back,
 // unaffected by changes of the system time. For durations and rate limits.
 UInt64 GetMicroSecondTime();
+
+}  // namespace mirelan

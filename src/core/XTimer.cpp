@@ -2,6 +2,8 @@
 
 #include "core/XTime.h"
 
+namespace mirelan {
+
 XTimer::XTimer(UInt32 inInterval, SInt32 inMode)
     : itsStart(GetMicroSecondTime()),
       itsStop(0),
@@ -24,3 +26,5 @@ UInt64 XTimer::GetElapsedMicroseconds() const {
   UInt64 end = itsRunning ? GetMicroSecondTime() : itsStop;
   return end - itsStart;
 }
+
+}  // namespace mirelan

@@ -3,6 +3,8 @@
 
 #include "core/XTypes.h"
 
+namespace mirelan {
+
 // Runs on the monotonic clock with microsecond resolution. The timer starts on
 // construction; Start restarts it, Stop freezes the elapsed time.
 //
@@ -39,3 +41,5 @@ class XTimer {
   SInt32 itsMode;
   bool itsRunning;
 };
+
+}  // namespace mirelan

@@ -4,6 +4,8 @@
 #include <cstdint>
 #include <string>
 
+namespace mirelan {
+
 using SInt8 = std::int8_t;
 using SInt16 = std::int16_t;
 using SInt32 = std::int32_t;
@@ -19,3 +21,5 @@ using Float64 = double;
 using XString = std::string;
 
 static_assert(sizeof(Float32) == 4 && sizeof(Float64) == 8, "IEEE floats expected");
+
+}  // namespace mirelan

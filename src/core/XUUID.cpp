@@ -3,6 +3,8 @@
 #include <cstdio>
 #include <random>
 
+namespace mirelan {
+
 XUUID XUUID::Generate() {
   thread_local std::mt19937_64 sEngine{std::random_device{}()};
   std::array<UInt8, 16> bytes;
@@ -31,3 +33,5 @@ XString XUUID::ToString() const {
   }
   return XString(text, 36);
 }
+
+}  // namespace mirelan

@@ -5,6 +5,8 @@
 
 #include "core/XTypes.h"
 
+namespace mirelan {
+
 class XUUID {
  public:
   XUUID() : itsBytes{} {}
@@ -24,3 +26,5 @@ class XUUID {
  private:
   std::array<UInt8, 16> itsBytes;
 };
+
+}  // namespace mirelan

@@ -15,6 +15,8 @@
 #include <fstream>
 #include <mutex>
 
+namespace mirelan {
+
 namespace {
 
 using Section = std::map<XString, XString>;
@@ -396,3 +398,5 @@ std::optional<std::vector<UInt8>> XUserPrefsSaver::DecodeBase64(const XString& i
   }
   return out;
 }
+
+}  // namespace mirelan

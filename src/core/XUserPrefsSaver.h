@@ -7,6 +7,8 @@
 
 #include "core/XTypes.h"
 
+namespace mirelan {
+
 // The file is "prefs.ini" in $MIRELAN_PREFS_DIR when set, else in
 // $XDG_CONFIG_HOME/MirelanImaging/, else in ~/.config/MirelanImaging/.
 //
@@ -76,3 +78,5 @@ class XUserPrefsSaver {
   std::map<XString, std::optional<XString>> itsChanges;  // unsaved: value, or removal
   bool itsRemoveAll = false;                             // unsaved RemoveAll
 };
+
+}  // namespace mirelan

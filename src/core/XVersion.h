@@ -4,6 +4,8 @@
 
 #include "core/XTypes.h"
 
+namespace mirelan {
+
 class XVersion {
  public:
   constexpr XVersion() : itsValue(0) {}
@@ -35,3 +37,5 @@ class XVersioned {
   bool IsA(const XVersion& inBase) const { return GetVersion().IsA(inBase); }
   bool IsA(const XVersioned& inOther) const { return GetVersion().IsA(inOther.GetVersion()); }
 };
+
+}  // namespace mirelan

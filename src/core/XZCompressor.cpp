@@ -4,6 +4,8 @@
 
 #include "core/XException.h"
 
+namespace mirelan {
+
 namespace {
 
 constexpr UInt64 kSizeBytes = 8;
@@ -52,3 +54,5 @@ XMemoryHandle XZDecompressor::DecompressFromMemory(const void* inCompressed, UIn
   if (status != Z_OK || outBytes != size) throw XException(kErrBadCompressedData);
   return result;
 }
+
+}  // namespace mirelan

@@ -4,6 +4,8 @@
 
 #include "core/XMemoryHandle.h"
 
+namespace mirelan {
+
 class XZCompressor {
  public:
   // inType is reserved (0); inLevel is zlib's 0..9, or -1 for its default.
@@ -21,3 +23,5 @@ class XZDecompressor {
   XMemoryHandle DecompressFromMemory(const XMemoryHandle& inCompressed) const;
   XMemoryHandle DecompressFromMemory(const void* inCompressed, UInt64 inBytes) const;
 };
+
+}  // namespace mirelan

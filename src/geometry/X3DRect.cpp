@@ -5,6 +5,8 @@
 
 #include "core/XStream.h"
 
+namespace mirelan {
+
 using namespace XRectMath;
 
 const X3DRect X3DRect::sEmptyRect;
@@ -306,3 +308,5 @@ void X3DRect::ReadStreamSelf(XStream& inStream) {
   front = v[4];
   back = v[5];
 }
+
+}  // namespace mirelan

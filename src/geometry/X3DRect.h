@@ -6,6 +6,8 @@
 #include "geometry/XPoint.h"
 #include "geometry/XRect.h"
 
+namespace mirelan {
+
 class XStream;
 
 class X3DRect : public XStorable {
@@ -156,3 +158,5 @@ class X3DRect : public XStorable {
   void ReadStreamSelf(XStream& inStream);
   void WriteStreamSelf(XStream& inStream) const;
 };
+
+}  // namespace mirelan

@@ -8,6 +8,8 @@
 
 #include "core/XTypes.h"
 
+namespace mirelan {
+
 class X3DRect;
 
 template <class T>
@@ -275,3 +277,5 @@ class X3DPointF : public X3DPointT<Float32> {
     return *this;
   }
 };
+
+}  // namespace mirelan

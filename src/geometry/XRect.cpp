@@ -6,6 +6,8 @@
 #include "core/XStream.h"
 #include "geometry/X3DRect.h"
 
+namespace mirelan {
+
 const XRect XRect::sEmptyRect;
 const XRectF XRectF::kEmptyRect;
 const XRectF XRectF::kInfiniteRect(-std::numeric_limits<Float32>::infinity(),
@@ -117,3 +119,5 @@ void XRectF::ReadStreamSelf(XStream& inStream) {
   SetBottom(b);
   SetRight(r);
 }
+
+}  // namespace mirelan

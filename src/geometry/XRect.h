@@ -11,6 +11,8 @@
 #include "core/XStorable.h"
 #include "geometry/XPoint.h"
 
+namespace mirelan {
+
 class X3DRect;
 class XStream;
 
@@ -508,3 +510,5 @@ class XRectF : public XStorable, public XRectFBase {
   void ReadStreamSelf(XStream& inStream);
   void WriteStreamSelf(XStream& inStream) const;
 };
+
+}  // namespace mirelan

@@ -1,5 +1,7 @@
 #include "geometry/XRectIterator.h"
 
+namespace mirelan {
+
 XRectIterator::XRectIterator(const XRectBase& inRect, XRectIteratorMode inMode)
     : itsRect(inRect), itsX(inRect.left), itsY(inRect.top), itsMode(inMode) {}
 
@@ -53,3 +55,5 @@ void XRectIterator::MoveToEnd() {
   itsX = itsRect.right - 1;
   itsY = itsRect.bottom - 1;
 }
+
+}  // namespace mirelan

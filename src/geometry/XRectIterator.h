@@ -4,6 +4,8 @@
 #include "geometry/XPoint.h"
 #include "geometry/XRect.h"
 
+namespace mirelan {
+
 // Which coordinate runs fastest. Any non-zero value walks by columns.
 enum XRectIteratorMode : UInt32 {
   kRectIterateXFastest = 0,  // rows: x runs fastest, a row wraps to left, y + 1
@@ -34,3 +36,5 @@ class XRectIterator {
   SInt32 itsY;
   XRectIteratorMode itsMode;
 };
+
+}  // namespace mirelan

@@ -2,6 +2,8 @@
 
 #include "core/XStream.h"
 
+namespace mirelan {
+
 XARGB32ImageRenderer::XARGB32ImageRenderer(XStream& inStream) {
   ReadStream2_XARGB32ImageRenderer(inStream, kReadAll);
 }
@@ -37,3 +39,5 @@ void XBGRA32ImageRenderer::WriteStream2(XStream& inStream, XOptions inOptions) c
   XImageRenderer::WriteStream2(inStream, inOptions);
   inStream.WriteVersion(GetClassVersion());
 }
+
+}  // namespace mirelan

@@ -4,6 +4,8 @@
 
 #include "rendering/XImageRenderer.h"
 
+namespace mirelan {
+
 class XARGB32ImageRenderer : public XImageRenderer {
  public:
   static constexpr UInt16 kClassID = 12007;
@@ -45,3 +47,5 @@ class XBGRA32ImageRenderer : public XImageRenderer {
  protected:
   void ReadStream2_XBGRA32ImageRenderer(XStream& inStream, XOptions inOptions);
 };
+
+}  // namespace mirelan

@@ -2,6 +2,8 @@
 
 #include "core/XException.h"
 
+namespace mirelan {
+
 XBaseLUT::XBaseLUT(UInt32 inSize, UInt32 inEntryBytes)
     : itsData(new XMemoryHandle(UInt64(inSize) * inEntryBytes)), itsLastEntry(inSize - 1) {}
 
@@ -30,3 +32,5 @@ void XBaseLUT::AdoptData(std::unique_ptr<XMemoryHandle> inData, UInt32 inSize) {
   itsData = std::move(inData);
   itsLastEntry = inSize - 1;
 }
+
+}  // namespace mirelan

@@ -8,6 +8,8 @@
 #include "core/XMemoryHandle.h"
 #include "core/XTypes.h"
 
+namespace mirelan {
+
 class XBaseLUT : public XLockable {
  public:
   ~XBaseLUT() override;
@@ -46,3 +48,5 @@ class XBaseLUT : public XLockable {
   UInt8* itsDataPointer = nullptr;
   UInt32 itsLockCount = 0;  // this table's own locks, not those of sharers
 };
+
+}  // namespace mirelan

@@ -7,6 +7,8 @@
 #include "core/XStream.h"
 #include "rendering/XFloatToColourLUT.h"
 
+namespace mirelan {
+
 XFPImageRenderer::XFPImageRenderer(const XFloatToColourLUT& inLUT) {
   itsWhite = 1.0;
   ApplyLUT(inLUT);
@@ -90,3 +92,5 @@ void XFPImageRenderer::WriteStream2(XStream& inStream, XOptions inOptions) const
   XGreyImageRenderer<Float32>::WriteStream2(inStream, inOptions);
   inStream.WriteVersion(GetClassVersion());
 }
+
+}  // namespace mirelan

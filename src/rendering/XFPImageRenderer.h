@@ -4,6 +4,8 @@
 
 #include "rendering/XGreyImageRenderer.h"
 
+namespace mirelan {
+
 class XFloatToColourLUT;
 
 class XFPImageRenderer : public XGreyImageRenderer<Float32> {
@@ -42,3 +44,5 @@ class XFPImageRenderer : public XGreyImageRenderer<Float32> {
  protected:
   void ReadStream2_XFPImageRenderer(XStream& inStream, XOptions inOptions);
 };
+
+}  // namespace mirelan

@@ -4,6 +4,8 @@
 
 #include "core/XStream.h"
 
+namespace mirelan {
+
 namespace {
 
 // Float to 32-bit integer as the processor's truncating conversion does it:
@@ -120,3 +122,5 @@ void XFloatToColourLUT::ReadStream2(XStream& inStream, XOptions inOptions) {
   itsMax = inStream.ReadFloat64S();
   UpdateScale();
 }
+
+}  // namespace mirelan

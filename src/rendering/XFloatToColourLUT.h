@@ -4,6 +4,8 @@
 
 #include "rendering/XIntToColourLUT.h"
 
+namespace mirelan {
+
 class XFloatToColourLUT : public XIntToColourLUT {
  public:
   static constexpr UInt16 kClassID = 22;
@@ -50,3 +52,5 @@ class XFloatToColourLUT : public XIntToColourLUT {
   Float64 itsScale;         // 255 / (maximum - minimum)
   Float64 itsInverseScale;  // (maximum - minimum) / 255
 };
+
+}  // namespace mirelan

@@ -2,6 +2,8 @@
 
 #include "core/XStream.h"
 
+namespace mirelan {
+
 XGrey16ImageRenderer::XGrey16ImageRenderer(const XIntToColourLUT& inLUT) {
   itsWhite = 65535.0;
   ApplyLUT(inLUT);
@@ -25,3 +27,5 @@ void XGrey16ImageRenderer::WriteStream2(XStream& inStream, XOptions inOptions) c
   XGreyImageRenderer<UInt16>::WriteStream2(inStream, inOptions);
   inStream.WriteVersion(GetClassVersion());
 }
+
+}  // namespace mirelan

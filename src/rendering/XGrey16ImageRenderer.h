@@ -3,6 +3,8 @@
 
 #include "rendering/XGreyImageRenderer.h"
 
+namespace mirelan {
+
 class XGrey16ImageRenderer : public XGreyImageRenderer<UInt16> {
  public:
   static constexpr UInt16 kClassID = 12006;
@@ -27,3 +29,5 @@ class XGrey16ImageRenderer : public XGreyImageRenderer<UInt16> {
  protected:
   void ReadStream2_XGrey16ImageRenderer(XStream& inStream, XOptions inOptions);
 };
+
+}  // namespace mirelan

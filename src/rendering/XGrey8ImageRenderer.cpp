@@ -2,6 +2,8 @@
 
 #include "core/XStream.h"
 
+namespace mirelan {
+
 XGrey8ImageRenderer::XGrey8ImageRenderer(const XIntToColourLUT& inLUT) { ApplyLUT(inLUT); }
 
 XGrey8ImageRenderer::XGrey8ImageRenderer(XStream& inStream) {
@@ -21,3 +23,5 @@ void XGrey8ImageRenderer::WriteStream2(XStream& inStream, XOptions inOptions) co
   XGreyImageRenderer<UInt8>::WriteStream2(inStream, inOptions);
   inStream.WriteVersion(GetClassVersion());
 }
+
+}  // namespace mirelan

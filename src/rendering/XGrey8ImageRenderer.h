@@ -3,6 +3,8 @@
 
 #include "rendering/XGreyImageRenderer.h"
 
+namespace mirelan {
+
 class XGrey8ImageRenderer : public XGreyImageRenderer<UInt8> {
  public:
   static constexpr UInt16 kClassID = 12005;
@@ -25,3 +27,5 @@ class XGrey8ImageRenderer : public XGreyImageRenderer<UInt8> {
  protected:
   void ReadStream2_XGrey8ImageRenderer(XStream& inStream, XOptions inOptions);
 };
+
+}  // namespace mirelan

@@ -8,6 +8,8 @@
 #include "core/XStream.h"
 #include "rendering/XIntToColourLUT.h"
 
+namespace mirelan {
+
 namespace {
 
 bool IsProperColourProperty(UInt32 inProperty) {
@@ -220,3 +222,5 @@ void XGreyImageRenderer<T>::WriteStream2(XStream& inStream, XOptions inOptions) 
 template class XGreyImageRenderer<UInt8>;
 template class XGreyImageRenderer<UInt16>;
 template class XGreyImageRenderer<Float32>;
+
+}  // namespace mirelan

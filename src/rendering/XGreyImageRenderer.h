@@ -7,6 +7,8 @@
 
 #include "rendering/XImageRenderer.h"
 
+namespace mirelan {
+
 class XBaseGreyImageRenderer : public XImageRenderer {
  public:
   static constexpr UInt16 kClassID = 12002;
@@ -97,3 +99,5 @@ class XGreyImageRenderer : public XBaseGreyImageRenderer {
 extern template class XGreyImageRenderer<UInt8>;
 extern template class XGreyImageRenderer<UInt16>;
 extern template class XGreyImageRenderer<Float32>;
+
+}  // namespace mirelan

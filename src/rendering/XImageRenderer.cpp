@@ -5,6 +5,8 @@
 #include "core/XStream.h"
 #include "rendering/XIntToColourLUT.h"
 
+namespace mirelan {
+
 XImageRenderer::XImageRenderer(const XImageRenderer& inOther)
     : XStorable(inOther),
       itsOffset(inOther.GetOffset()),
@@ -168,3 +170,5 @@ void XImageRenderer::WriteStream2(XStream& inStream, XOptions) const { WriteStre
 void XImageRenderer::ReadConcreteWord(XStream& inStream, const XVersion& inExpected) {
   ReadCheckedClassVersion(inStream, inExpected);
 }
+
+}  // namespace mirelan

@@ -7,6 +7,8 @@
 #include "core/XStorable.h"
 #include "volume/XColour.h"
 
+namespace mirelan {
+
 class XStream;
 class XIntToColourLUT;
 
@@ -134,3 +136,5 @@ inline SInt32 XTruncateToSInt32(Float64 inValue) {
   if (!(inValue > -2147483649.0 && inValue < 2147483648.0)) return SInt32(0x80000000u);
   return SInt32(inValue);
 }
+
+}  // namespace mirelan

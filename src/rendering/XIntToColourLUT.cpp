@@ -7,6 +7,8 @@
 #include "core/XStream.h"
 #include "volume/XARGB32Volume.h"
 
+namespace mirelan {
+
 namespace {
 
 const XARGB32Colour kOpaqueBlack(255, 0, 0, 0);
@@ -254,3 +256,5 @@ void XIntToColourLUT::ReadBody(XStream& inStream, const XVersion& inVersion) {
   ResetLookupCache();
   LUTChanged();
 }
+
+}  // namespace mirelan

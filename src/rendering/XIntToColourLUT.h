@@ -7,6 +7,8 @@
 #include "core/XStorable.h"
 #include "rendering/XLUT.h"
 
+namespace mirelan {
+
 class XStream;
 class XARGB32Volume;
 
@@ -107,3 +109,5 @@ class XIntToColourLUT : public XStorable, public XLUT<XARGB32Colour> {
   mutable XMonotonicityDirection itsCachedDirection = kMonotonicUnknown;
   mutable UInt32 itsCachedSeed = 0;
 };
+
+}  // namespace mirelan

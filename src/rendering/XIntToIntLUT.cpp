@@ -6,6 +6,8 @@
 #include "core/XException.h"
 #include "core/XStream.h"
 
+namespace mirelan {
+
 namespace {
 
 std::array<std::unique_ptr<XIntToIntLUT>, 17>& StandardLUTs() {
@@ -77,3 +79,5 @@ void XIntToIntLUT::ReadStream2(XStream& inStream, XOptions) {
   ResetLookupCache();
   LUTChanged();
 }
+
+}  // namespace mirelan

@@ -4,6 +4,8 @@
 #include "core/XStorable.h"
 #include "rendering/XLUT.h"
 
+namespace mirelan {
+
 class XStream;
 
 class XIntToIntLUT : public XLUT<UInt8>, public XStorable {
@@ -33,3 +35,5 @@ class XIntToIntLUT : public XLUT<UInt8>, public XStorable {
   static const XIntToIntLUT& GetStandardLUT(UInt32 bitDepth);
   static void DisposeStandardLUTs();
 };
+
+}  // namespace mirelan

@@ -4,6 +4,8 @@
 
 #include "core/XException.h"
 
+namespace mirelan {
+
 namespace {
 
 // What differs between colour and number entries.
@@ -194,3 +196,5 @@ UInt32 XLUT<T>::ValueToIndex(const T& inValue) {
 
 template class XLUT<XARGB32Colour>;
 template class XLUT<UInt8>;
+
+}  // namespace mirelan

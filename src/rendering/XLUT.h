@@ -6,6 +6,8 @@
 #include "rendering/XBaseLUT.h"
 #include "volume/XColour.h"
 
+namespace mirelan {
+
 template <class T>
 class XLUT : public XBaseLUT {
  public:
@@ -62,3 +64,5 @@ class XLUT : public XBaseLUT {
 
 extern template class XLUT<XARGB32Colour>;
 extern template class XLUT<UInt8>;
+
+}  // namespace mirelan

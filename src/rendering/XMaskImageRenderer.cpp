@@ -6,6 +6,8 @@
 #include "core/XStream.h"
 #include "rendering/XIntToColourLUT.h"
 
+namespace mirelan {
+
 namespace {
 
 // clamp01(c / 255 * gain + offset), raised to gamma, on 0..255.
@@ -69,3 +71,5 @@ void XMaskImageRenderer::WriteStream2(XStream& inStream, XOptions inOptions) con
   XGrey8ImageRenderer::WriteStream2(inStream, inOptions);
   inStream.WriteVersion(GetClassVersion());
 }
+
+}  // namespace mirelan

@@ -4,6 +4,8 @@
 
 #include "rendering/XGrey8ImageRenderer.h"
 
+namespace mirelan {
+
 class XMaskImageRenderer : public XGrey8ImageRenderer {
  public:
   static constexpr UInt16 kClassID = 12004;
@@ -34,3 +36,5 @@ class XMaskImageRenderer : public XGrey8ImageRenderer {
   XARGB32Colour GetShownColour(const XARGB32Colour& inColour) const;
   void ReadStream2_XMaskImageRenderer(XStream& inStream, XOptions inOptions);
 };
+
+}  // namespace mirelan

@@ -1,5 +1,7 @@
 #include "rendering/XNiceColours.h"
 
+namespace mirelan {
+
 XIntToColourLUT XNiceColours::GetContrastingLUT() {
   static const UInt8 kColours[18][3] = {
       {128, 128, 255}, {128, 255, 128}, {255, 128, 128}, {128, 255, 255}, {255, 128, 255},
@@ -55,3 +57,5 @@ XIntToColourLUT XNiceColours::GetWavelengthLUT() {
   }
   return table;
 }
+
+}  // namespace mirelan

@@ -3,6 +3,8 @@
 
 #include "rendering/XIntToColourLUT.h"
 
+namespace mirelan {
+
 class XNiceColours {
  public:
   XNiceColours() = delete;
@@ -14,3 +16,5 @@ class XNiceColours {
   // 256 spectral colours from 380 nm in 1 nm steps, and white last.
   static XIntToColourLUT GetWavelengthLUT();
 };
+
+}  // namespace mirelan

@@ -2,6 +2,8 @@
 
 #include "core/XStream.h"
 
+namespace mirelan {
+
 XRGB48ImageRenderer::XRGB48ImageRenderer(XStream& inStream) {
   itsWhite = 65535.0;
   ReadStream2_XRGB48ImageRenderer(inStream, kReadAll);
@@ -20,3 +22,5 @@ void XRGB48ImageRenderer::WriteStream2(XStream& inStream, XOptions inOptions) co
   XImageRenderer::WriteStream2(inStream, inOptions);
   inStream.WriteVersion(GetClassVersion());
 }
+
+}  // namespace mirelan

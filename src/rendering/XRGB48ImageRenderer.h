@@ -3,6 +3,8 @@
 
 #include "rendering/XImageRenderer.h"
 
+namespace mirelan {
+
 class XRGB48ImageRenderer : public XImageRenderer {
  public:
   static constexpr UInt16 kClassID = 12009;
@@ -25,3 +27,5 @@ class XRGB48ImageRenderer : public XImageRenderer {
  protected:
   void ReadStream2_XRGB48ImageRenderer(XStream& inStream, XOptions inOptions);
 };
+
+}  // namespace mirelan

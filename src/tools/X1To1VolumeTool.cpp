@@ -8,6 +8,8 @@
 #include "volume/XGrey16Volume.h"
 #include "volume/XMaskVolume.h"
 
+namespace mirelan {
+
 X1To1VolumeTool::~X1To1VolumeTool() = default;
 
 XVolume* X1To1VolumeTool::ApplyTool(const XVolume& inSource) {
@@ -64,3 +66,5 @@ void X1To1VolumeTool::ApplyToolFP(const XFPVolume&, XVolume&) { throw XException
 void X1To1VolumeTool::CopySourceIntoDest(const XVolume& inSource, XVolume& ioDest) {
   if (&inSource != &ioDest) ioDest.CopyIn(inSource, inSource.GetBounds(), ioDest.GetBounds(), nullptr);
 }
+
+}  // namespace mirelan

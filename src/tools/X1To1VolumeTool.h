@@ -8,6 +8,8 @@
 #include "core/XException.h"
 #include "volume/XVolume.h"
 
+namespace mirelan {
+
 class XMaskVolume;
 class XGrey8Volume;
 class XGrey16Volume;
@@ -62,3 +64,5 @@ class X1To1VolumeTool {
     return *typed;
   }
 };
+
+}  // namespace mirelan

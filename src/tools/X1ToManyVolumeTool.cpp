@@ -5,6 +5,8 @@
 #include "volume/XGrey16Volume.h"
 #include "volume/XMaskVolume.h"
 
+namespace mirelan {
+
 X1ToManyVolumeTool::~X1ToManyVolumeTool() = default;
 
 XPtrVector<XVolume> X1ToManyVolumeTool::ApplyTool(const XVolume& inSource) {
@@ -44,3 +46,5 @@ void X1ToManyVolumeTool::ApplyToolRGB48(const XRGB48Volume&, XPtrVector<XVolume>
 void X1ToManyVolumeTool::ApplyToolFP(const XFPVolume&, XPtrVector<XVolume>&) {
   throw XException(kErrNotForPixelType);
 }
+
+}  // namespace mirelan

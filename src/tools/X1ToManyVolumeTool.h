@@ -7,6 +7,8 @@
 #include "core/XException.h"
 #include "volume/XVolume.h"
 
+namespace mirelan {
+
 class XMaskVolume;
 class XGrey8Volume;
 class XGrey16Volume;
@@ -33,3 +35,5 @@ class X1ToManyVolumeTool {
   virtual void ApplyToolRGB48(const XRGB48Volume& inSource, XPtrVector<XVolume>& outVolumes);
   virtual void ApplyToolFP(const XFPVolume& inSource, XPtrVector<XVolume>& outVolumes);
 };
+
+}  // namespace mirelan

@@ -10,6 +10,8 @@
 #include "volume/XMaskVolume.h"
 #include "tools/XScanHelperBase.h"
 
+namespace mirelan {
+
 namespace {
 
 // Clears the voxel (every byte, alpha too) where the mask byte is 0.
@@ -117,3 +119,5 @@ void XBooleanVolumeTool::XorGrey8Volume(const XMaskVolume& inMask, XGrey8Volume&
                                         const X3DRegion& inRegion) {
   XorWith(inMask, ioDest, inRegion);
 }
+
+}  // namespace mirelan

@@ -6,6 +6,8 @@
 #include "core/XException.h"
 #include "volume/XVolume.h"
 
+namespace mirelan {
+
 class X3DRegion;
 class XMaskVolume;
 class XGrey8Volume;
@@ -37,3 +39,5 @@ class XBooleanVolumeTool {
   static void XorMaskVolume(const XMaskVolume& inMask, XMaskVolume& ioDest, const X3DRegion& inRegion);
   static void XorGrey8Volume(const XMaskVolume& inMask, XGrey8Volume& ioDest, const X3DRegion& inRegion);
 };
+
+}  // namespace mirelan

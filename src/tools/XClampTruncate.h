@@ -6,6 +6,8 @@
 
 #include "core/XTypes.h"
 
+namespace mirelan {
+
 // Within [lowest, max] of T, then truncated. NaN gives 0 for the integer
 // types and stays NaN for floats.
 template <class T>
@@ -20,3 +22,5 @@ inline T XClampTruncate(Float64 inValue) {
                           : (inValue > kHigh ? std::numeric_limits<T>::max() : T(inValue));
   }
 }
+
+}  // namespace mirelan

@@ -7,6 +7,8 @@
 #include "core/XTypes.h"
 #include "geometry/X3DRect.h"
 
+namespace mirelan {
+
 static_assert(__BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__, "the word search takes the first byte as the lowest");
 
 class XCropHelper {
@@ -85,3 +87,5 @@ class XCropHelper {
   UInt64 itsCount = 0;
   bool itsEmpty = true;
 };
+
+}  // namespace mirelan

@@ -10,6 +10,8 @@
 #include "volume/XVolumeConversion.h"
 #include "tools/XScanHelperBase.h"
 
+namespace mirelan {
+
 // Converts the colour with the conversion copy's converter for ARGB32 to T,
 // set up against the destination (the float converter reads its display range).
 template <class Converter, class T>
@@ -49,3 +51,5 @@ class XFillHelper : public XScanHelperBase {
  private:
   Setter itsSetter;
 };
+
+}  // namespace mirelan

@@ -8,6 +8,8 @@
 #include "volume/XGrey16Volume.h"
 #include "volume/XGrey8Volume.h"
 
+namespace mirelan {
+
 namespace {
 
 template <class V>
@@ -61,3 +63,5 @@ void XFillVolumeTool::ApplyToolARGB32Colour(XARGB32Volume& ioVolume, const X3DRe
                                             const XARGB32Colour& inColour) {
   FillWith(ioVolume, inRegion, inColour);
 }
+
+}  // namespace mirelan

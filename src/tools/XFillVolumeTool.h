@@ -5,6 +5,8 @@
 #include "volume/XColour.h"
 #include "volume/XVolume.h"
 
+namespace mirelan {
+
 class X3DRegion;
 class XGrey8Volume;
 class XGrey16Volume;
@@ -31,3 +33,5 @@ class XFillVolumeTool {
   virtual void ApplyToolARGB32Colour(XARGB32Volume& ioVolume, const X3DRegion* inRegion,
                                      const XARGB32Colour& inColour);
 };
+
+}  // namespace mirelan

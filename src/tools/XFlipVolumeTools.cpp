@@ -9,6 +9,8 @@
 #include "tools/XRawVoxel.h"
 #include "volume/XPackedVolume.h"
 
+namespace mirelan {
+
 namespace {
 
 // Base and byte strides of a packed volume, read once before the loops.
@@ -112,3 +114,5 @@ void XFlipVVolumeTool::Flip(const XBasePackedVolume& inSource, XBasePackedVolume
   const size_t rowLength = size_t(ioDest.GetWidth()) * ioDest.GetVoxelBytes();
   FlipRowsV(WalkOf(inSource), WalkOf(ioDest), rowLength, ioDest.GetHeight(), ioDest.GetDepth(), locks.IsSame());
 }
+
+}  // namespace mirelan

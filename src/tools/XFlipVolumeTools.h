@@ -6,6 +6,8 @@
 
 #include "tools/X1To1VolumeTool.h"
 
+namespace mirelan {
+
 class XBasePackedVolume;
 
 class XFlipHVolumeTool : public X1To1VolumeTool {
@@ -29,3 +31,5 @@ class XFlipVVolumeTool : public XFlipHVolumeTool {
  protected:
   void Flip(const XBasePackedVolume& inSource, XBasePackedVolume& ioDest) override;
 };
+
+}  // namespace mirelan

@@ -6,6 +6,8 @@
 #include "volume/XGrey16Volume.h"
 #include "volume/XGrey8Volume.h"
 
+namespace mirelan {
+
 XHardLightImageBlendingTool::~XHardLightImageBlendingTool() = default;
 
 template <class V>
@@ -32,3 +34,5 @@ void XHardLightImageBlendingTool::ApplyToolARGB32(const XARGB32Volume& inSource,
 void XHardLightImageBlendingTool::ApplyToolRGB48(const XRGB48Volume& inSource, XVolume& ioDest) {
   Run<XRGB48Volume>(inSource, ioDest);
 }
+
+}  // namespace mirelan

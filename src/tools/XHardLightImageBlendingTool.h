@@ -11,6 +11,8 @@
 #include "volume/XPixelTraits.h"
 #include "tools/XScanHelperBase.h"
 
+namespace mirelan {
+
 class XHardLightImageBlendingTool : public X1To1VolumeTool {
  public:
   // The tool keeps a reference to the weights: they must outlive it.
@@ -61,3 +63,5 @@ class XHardLightHelper : public XScanHelperBase {
  private:
   Float64 itsThreshold;
 };
+
+}  // namespace mirelan

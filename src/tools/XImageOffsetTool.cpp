@@ -6,6 +6,8 @@
 #include "volume/XGrey16Volume.h"
 #include "volume/XGrey8Volume.h"
 
+namespace mirelan {
+
 XImageOffsetTool::~XImageOffsetTool() = default;
 
 template <class V, class Helper>
@@ -30,3 +32,5 @@ void XImageOffsetTool::ApplyToolARGB32(const XARGB32Volume& inSource, XVolume& i
 void XImageOffsetTool::ApplyToolRGB48(const XRGB48Volume& inSource, XVolume& ioDest) {
   Run<XRGB48Volume, XImageOffsetColourHelper<XRGB48Colour>>(inSource, ioDest);
 }
+
+}  // namespace mirelan

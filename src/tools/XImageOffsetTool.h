@@ -8,6 +8,8 @@
 #include "volume/XColour.h"
 #include "tools/XScanHelperBase.h"
 
+namespace mirelan {
+
 // Scan helpers: one for the number types, one for the colours.
 template <class T>
 class XImageOffsetHelper : public XScanHelperBase {
@@ -58,3 +60,5 @@ class XImageOffsetTool : public X1To1VolumeTool {
 
   Float32 itsOffset;
 };
+
+}  // namespace mirelan

@@ -8,6 +8,8 @@
 #include "volume/XGrey16Volume.h"
 #include "volume/XGrey8Volume.h"
 
+namespace mirelan {
+
 XInvertVolumeTool::XInvertVolumeTool() : itsMaximum(std::numeric_limits<Float64>::quiet_NaN()) {}
 
 void XInvertVolumeTool::DefaultMaximum(Float64 inValue) {
@@ -47,3 +49,5 @@ void XInvertVolumeTool::ApplyToolFP(const XFPVolume& inSource, XVolume& ioDest) 
   XInvertHelperFP helper(itsMaximum, inSource.FindMin());
   XScanVolume(DestAs<XFPVolume>(ioDest), nullptr, helper);
 }
+
+}  // namespace mirelan

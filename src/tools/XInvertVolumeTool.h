@@ -6,6 +6,8 @@
 #include "volume/XColour.h"
 #include "tools/XScanHelperBase.h"
 
+namespace mirelan {
+
 // The scan helpers, one per pixel type. The maximum arrives truncated to an
 // integer and reduced to the voxel's width: (max - v) in 8 or 16 bits is the
 // same whichever way round the reduction is done.
@@ -84,3 +86,5 @@ class XInvertVolumeTool : public X1To1VolumeTool {
 
   Float64 itsMaximum;
 };
+
+}  // namespace mirelan

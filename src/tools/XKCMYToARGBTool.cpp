@@ -3,6 +3,8 @@
 #include "tools/XScanLoop.h"
 #include "volume/XColourVolumes.h"
 
+namespace mirelan {
+
 XKCMYToARGBTool::~XKCMYToARGBTool() = default;
 
 void XKCMYToARGBTool::ApplyToolARGB32(const XARGB32Volume& inSource, XVolume& ioDest) {
@@ -17,3 +19,5 @@ void XKCMYToARGBTool::ApplyToolARGB32(const XARGB32Volume& inSource, XVolume& io
   XCMYKHelper helper;
   XScanVolume(dest, nullptr, helper);
 }
+
+}  // namespace mirelan

@@ -11,6 +11,8 @@
 #include "volume/XColour.h"
 #include "tools/XScanHelperBase.h"
 
+namespace mirelan {
+
 class XCMYKHelper : public XScanHelperBase {
  public:
   template <class V>
@@ -31,3 +33,5 @@ class XKCMYToARGBTool : public X1To1VolumeTool {
   // Requires room in the block for the three voxels written behind the last one.
   void ApplyToolARGB32(const XARGB32Volume& inSource, XVolume& ioDest) override;
 };
+
+}  // namespace mirelan

@@ -10,6 +10,8 @@
 #include "volume/XGrey32Volume.h"
 #include "volume/XMaskVolume.h"
 
+namespace mirelan {
+
 namespace {
 
 template <class V>
@@ -49,3 +51,5 @@ void XPaintVolumeTool::FillRect(XVolume& ioVolume, const X3DRect& inRect, const 
   X3DRegion region(inRect);
   FillRegion(ioVolume, region, inColour);
 }
+
+}  // namespace mirelan

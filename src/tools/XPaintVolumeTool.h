@@ -5,6 +5,8 @@
 #include "volume/XColour.h"
 #include "volume/XVolume.h"
 
+namespace mirelan {
+
 class X3DRegion;
 
 class XPaintVolumeTool {
@@ -14,3 +16,5 @@ class XPaintVolumeTool {
   static void FillRegion(XVolume& ioVolume, const X3DRegion& inRegion, const XARGB32Colour& inColour);
   static void FillRect(XVolume& ioVolume, const X3DRect& inRect, const XARGB32Colour& inColour);
 };
+
+}  // namespace mirelan

@@ -7,6 +7,8 @@
 
 #include "core/XTypes.h"
 
+namespace mirelan {
+
 class XPixelCountHelper {
  public:
   explicit XPixelCountHelper(UInt64 inLimit = std::numeric_limits<UInt64>::max()) : itsLimit(inLimit) {}
@@ -44,3 +46,5 @@ class XPixelCountHelper {
   UInt64 itsLimit;
   UInt64 itsCount = 0;
 };
+
+}  // namespace mirelan

@@ -2,6 +2,8 @@
 
 #include "volume/XColourVolumes.h"
 
+namespace mirelan {
+
 XRGB24ToARGB32Tool::~XRGB24ToARGB32Tool() = default;
 
 void XRGB24ToARGB32Tool::BGR24ToARGB32(const UInt8* inSource, UInt32 inRowBytes, XARGB32Volume& ioDest) {
@@ -21,3 +23,5 @@ void XRGB24ToARGB32Tool::BGR24ToARGB32(const UInt8* inSource, UInt32 inRowBytes,
 void XRGB24ToARGB32Tool::BGR24ToARGB32(const UInt8* inSource, XARGB32Volume& ioDest) {
   BGR24ToARGB32(inSource, ioDest.GetWidth() * 3, ioDest);
 }
+
+}  // namespace mirelan

@@ -4,6 +4,8 @@
 
 #include "core/XTypes.h"
 
+namespace mirelan {
+
 class XARGB32Volume;
 
 class XRGB24ToARGB32Tool {
@@ -19,3 +21,5 @@ class XRGB24ToARGB32Tool {
   // Rows packed without gaps: inRowBytes = width * 3.
   static void BGR24ToARGB32(const UInt8* inSource, XARGB32Volume& ioDest);
 };
+
+}  // namespace mirelan

@@ -9,6 +9,8 @@
 #include "volume/XGrey16Volume.h"
 #include "volume/XGrey8Volume.h"
 
+namespace mirelan {
+
 XRatioTool::~XRatioTool() = default;
 
 XFPVolume* XRatioTool::RatioVolumes(const XVolume& inNumerator, const XVolume& inDenominator) {
@@ -66,3 +68,5 @@ XFPVolume* XRatioTool::Ratio(const XVolume& inNumerator, const XVolume& inDenomi
   }
   return result.release();
 }
+
+}  // namespace mirelan

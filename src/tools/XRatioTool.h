@@ -8,6 +8,8 @@
 
 #include "core/XTypes.h"
 
+namespace mirelan {
+
 class XVolume;
 class XFPVolume;
 
@@ -52,3 +54,5 @@ class XRatioTool {
   Float32 itsNumeratorThreshold = 0.0f;
   Float32 itsDenominatorThreshold = 0.0f;
 };
+
+}  // namespace mirelan

@@ -9,6 +9,8 @@
 #include "core/XException.h"
 #include "core/XTypes.h"
 
+namespace mirelan {
+
 template <std::size_t N>
 struct XRawVoxel {
   UInt8 bytes[N];
@@ -52,3 +54,5 @@ inline void XReverseRow(const V* inSource, V* ioDest, UInt32 inWidth) {
   }
   for (; x < inWidth; ++x) ioDest[inWidth - 1 - x] = inSource[x];
 }
+
+}  // namespace mirelan

@@ -10,6 +10,8 @@
 #include "volume/XGrey16Volume.h"
 #include "volume/XGrey8Volume.h"
 
+namespace mirelan {
+
 namespace {
 
 // Quarter turns turn source columns into dest rows. Square tiles keep the
@@ -141,3 +143,5 @@ XVolume* XRotate90CCWVolumeTool::MakeDestVolume(const XVolume& inSource) {
 }
 
 XRotate180VolumeTool::~XRotate180VolumeTool() = default;
+
+}  // namespace mirelan

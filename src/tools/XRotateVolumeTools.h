@@ -8,6 +8,8 @@
 
 #include "tools/X1To1VolumeTool.h"
 
+namespace mirelan {
+
 template <class T>
 class XPackedVolume;
 
@@ -66,3 +68,5 @@ class XRotate180VolumeTool : public XRotateVolumeTool {
   XRotate180VolumeTool() : XRotateVolumeTool(kTurn180) {}
   ~XRotate180VolumeTool() override;
 };
+
+}  // namespace mirelan

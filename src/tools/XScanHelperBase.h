@@ -1,6 +1,8 @@
 // The base of scan helpers that need no set-up and no finish.
 #pragma once
 
+namespace mirelan {
+
 // Empty set-up and finish, for helpers that need neither.
 struct XScanHelperBase {
   template <class V>
@@ -8,3 +10,5 @@ struct XScanHelperBase {
   template <class V>
   void FinishedScanning(V&) {}
 };
+
+}  // namespace mirelan

@@ -44,6 +44,8 @@
 #include "volume/X3DRegion.h"
 #include "volume/XPackedVolume.h"
 
+namespace mirelan {
+
 enum XScanProgressMode : UInt8 {
   kScanProgressPerPlane = 0,     // one Increment per plane
   kScanProgressPerRowTimed = 1,  // rows counted, reported when a 300 ms timer runs out
@@ -307,3 +309,5 @@ inline void XScanVolume(V& ioVolume, const X3DRegion* inRegion, Helper& ioHelper
                         XScanProgressMode inProgress = kScanProgressPerPlane) {
   XScanLoop<Helper>::Scan(ioVolume, inRegion, ioHelper, inProgress);
 }
+
+}  // namespace mirelan

@@ -13,6 +13,8 @@
 #include "volume/XGrey16Volume.h"
 #include "volume/XGrey8Volume.h"
 
+namespace mirelan {
+
 namespace {
 
 using XOperator = XVolumeArithmeticTool::XOperator;
@@ -211,3 +213,5 @@ void XVolumeArithmeticTool::ApplyTool(XVolume& ioA, const XVolume& inB, XOperato
   else
     throw XException(kErrNotForPixelType);
 }
+
+}  // namespace mirelan

@@ -6,6 +6,8 @@
 
 #include "core/XTypes.h"
 
+namespace mirelan {
+
 class XVolume;
 
 class XVolumeArithmeticTool {
@@ -39,3 +41,5 @@ class XVolumeArithmeticTool {
   // element of the block is visited, row padding included, as one run.
   virtual void ApplyTool(XVolume& ioA, const XVolume& inB, XOperator inOperator);
 };
+
+}  // namespace mirelan

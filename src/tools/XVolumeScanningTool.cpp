@@ -6,6 +6,8 @@
 #include "volume/XGrey16Volume.h"
 #include "volume/XMaskVolume.h"
 
+namespace mirelan {
+
 XVolumeScanningTool::~XVolumeScanningTool() = default;
 
 void XVolumeScanningTool::ApplyTool(XVolume& ioVolume, const X3DRegion* inRegion) {
@@ -43,3 +45,5 @@ void XVolumeScanningTool::ApplyToolBGRA32(XBGRA32Volume& ioVolume, const X3DRegi
   ApplyToolARGB32(temporary, inRegion);
   ioVolume.CopyIn(temporary, bounds, bounds, nullptr);
 }
+
+}  // namespace mirelan

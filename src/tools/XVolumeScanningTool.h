@@ -7,6 +7,8 @@
 #include "core/XException.h"
 #include "volume/XVolume.h"
 
+namespace mirelan {
+
 class X3DRegion;
 class XMaskVolume;
 class XGrey8Volume;
@@ -36,3 +38,5 @@ class XVolumeScanningTool {
   virtual void ApplyToolRGB48(XRGB48Volume& ioVolume, const X3DRegion* inRegion);
   virtual void ApplyToolFP(XFPVolume& ioVolume, const X3DRegion* inRegion);
 };
+
+}  // namespace mirelan

@@ -3,6 +3,8 @@
 // code and stored tool choices go on naming it.
 #pragma once
 
+namespace mirelan {
+
 class XVolumeSelectionTool {
  public:
   XVolumeSelectionTool() = default;
@@ -10,3 +12,5 @@ class XVolumeSelectionTool {
   XVolumeSelectionTool& operator=(const XVolumeSelectionTool&) = default;
   virtual ~XVolumeSelectionTool() = default;
 };
+
+}  // namespace mirelan

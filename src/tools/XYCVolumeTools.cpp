@@ -6,6 +6,8 @@
 #include "tools/XScanLoop.h"
 #include "volume/XColourVolumes.h"
 
+namespace mirelan {
+
 namespace {
 
 constexpr XColourMatrix kYBarCARGB32 = {{{102, -300, -58}, {-153, -44, -58}, {-153, -300, 197}}, 256, 8, true};
@@ -55,3 +57,5 @@ XYBarCVolumeTool::~XYBarCVolumeTool() = default;
 XYCBarVolumeTool::XYCBarVolumeTool()
     : XColourMatrixVolumeTool(Negated(kYBarCARGB32), Negated(kYBarCRGB48)) {}
 XYCBarVolumeTool::~XYCBarVolumeTool() = default;
+
+}  // namespace mirelan

@@ -15,6 +15,8 @@
 #include "volume/XColour.h"
 #include "tools/XScanHelperBase.h"
 
+namespace mirelan {
+
 // The weights of one output channel, and the scan helper that applies three.
 struct XColourMatrix {
   SInt32 itsWeights[3][3];  // [output channel][input red, green, blue]
@@ -95,3 +97,5 @@ class XYCBarVolumeTool : public XColourMatrixVolumeTool {
   XYCBarVolumeTool();
   ~XYCBarVolumeTool() override;
 };
+
+}  // namespace mirelan

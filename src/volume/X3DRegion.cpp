@@ -15,6 +15,8 @@
 #include "volume/XMaskVolume.h"
 #include "tools/XScanHelperBase.h"
 
+namespace mirelan {
+
 namespace {
 
 const XARGB32Colour kAllOnes(255, 255, 255, 255);
@@ -693,3 +695,5 @@ void X3DRegion::ReadStreamSelf(XStream& inStream, const XVersion& inTag, XOption
   itsBounds = *box;
   ReplaceMask(std::move(mask));
 }
+
+}  // namespace mirelan

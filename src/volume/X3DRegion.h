@@ -14,6 +14,8 @@
 #include "geometry/X3DRect.h"
 #include "geometry/XPoint.h"
 
+namespace mirelan {
+
 class XStream;
 class XMaskVolume;
 
@@ -195,3 +197,5 @@ class X3DRegion : public XStorable, public XLockable {
   UInt32 itsCropLockCount = 0;
   UInt32 itsLockCount = 0;  // locks held; the cached pointer is valid while above 0
 };
+
+}  // namespace mirelan

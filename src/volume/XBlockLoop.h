@@ -6,6 +6,8 @@
 
 #include "core/XTypes.h"
 
+namespace mirelan {
+
 constexpr UInt64 kXLoopBlock = 16;
 
 // inBody(i) for every i in [0, inCount).
@@ -43,3 +45,5 @@ inline Acc XReduceIndex(UInt64 inCount, const Acc& inStart, Update&& inUpdate, M
   for (UInt64 k = 0; k < kXLoopBlock; ++k) inMerge(total, lanes[k]);
   return total;
 }
+
+}  // namespace mirelan

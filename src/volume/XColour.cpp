@@ -2,6 +2,8 @@
 
 #include <cmath>
 
+namespace mirelan {
+
 // Hue, saturation and intensity on a 0..255 scale: intensity is the largest
 // channel, saturation the spread over it, hue the position on the colour
 // wheel. Ties for the largest channel go red, then green, then blue.
@@ -108,3 +110,5 @@ void XWavelengthToRGB(Float64 inNanometres, UInt8& outRed, UInt8& outGreen, UInt
   outGreen = channel(g);
   outBlue = channel(b);
 }
+
+}  // namespace mirelan

@@ -7,6 +7,8 @@
 
 #include "core/XTypes.h"
 
+namespace mirelan {
+
 class XARGB32Colour;
 
 // Byte order of the two 32-bit colour words in memory. The field names are
@@ -447,3 +449,5 @@ template <class Layout, class Derived>
 void XRGB32ColourOps<Layout, Derived>::SetWavelength(Float64 inNanometres) {
   XWavelengthToRGB(inNanometres, red, green, blue);
 }
+
+}  // namespace mirelan

@@ -4,6 +4,8 @@
 #include "volume/XRegionRuns.h"
 #include "volume/XVolumeInterpolation.h"
 
+namespace mirelan {
+
 namespace {
 
 XString ColourChannelName(UInt32 inChannel) {
@@ -204,3 +206,5 @@ void XRGB48Volume::WriteStreamSelf(XStream& inStream) const { inStream.WriteVers
 XRGBFloat32Colour XRGB48Volume::GetInterpolatedVoxel(Float32 inX, Float32 inY, Float32 inZ) const {
   return InterpolateColour(*this, inX, inY, inZ);
 }
+
+}  // namespace mirelan

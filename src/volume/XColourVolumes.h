@@ -3,6 +3,8 @@
 
 #include "volume/XPackedVolume.h"
 
+namespace mirelan {
+
 class XARGB32Volume : public XPackedVolume<XARGB32Colour> {
  public:
   static constexpr UInt16 kClassID = 108;
@@ -51,7 +53,7 @@ class XARGB32Volume : public XPackedVolume<XARGB32Colour> {
   XRGBFloat32Colour GetInterpolatedVoxel(Float32 inX, Float32 inY, Float32 inZ) const;
 
  protected:
-  XDECLARE_COPY_OUT_CELLS
+  MIRELAN_DECLARE_COPY_OUT_CELLS
   void ReadARGB32Layer(XStream& inStream, XOptions inOptions);
 };
 
@@ -78,7 +80,7 @@ class XBGRA32Volume : public XPackedVolume<XBGRA32Colour> {
   bool IsPlaneRendererSupported(const XImageRenderer& inRenderer) const override;
 
  protected:
-  XDECLARE_COPY_OUT_CELLS
+  MIRELAN_DECLARE_COPY_OUT_CELLS
 };
 
 class XRGB48Volume : public XPackedVolume<XRGB48Colour> {
@@ -115,6 +117,8 @@ class XRGB48Volume : public XPackedVolume<XRGB48Colour> {
   XRGBFloat32Colour GetInterpolatedVoxel(Float32 inX, Float32 inY, Float32 inZ) const;
 
  protected:
-  XDECLARE_COPY_OUT_CELLS
+  MIRELAN_DECLARE_COPY_OUT_CELLS
   void ReadRGB48Layer(XStream& inStream, XOptions inOptions);
 };
+
+}  // namespace mirelan

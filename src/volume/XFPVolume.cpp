@@ -2,6 +2,8 @@
 
 #include "core/XStream.h"
 
+namespace mirelan {
+
 XFPVolume::XFPVolume() { AttachPlaneRenderer(XMakePlaneRenderer(XRendererKind::kFP)); }
 
 XFPVolume::XFPVolume(UInt32 inWidth, UInt32 inHeight, UInt32 inDepth)
@@ -44,3 +46,5 @@ void XFPVolume::WriteStream2(XStream& inStream, XOptions inOptions) const {
 }
 
 void XFPVolume::WriteStreamSelf(XStream& inStream) const { inStream.WriteVersion(GetClassVersion()); }
+
+}  // namespace mirelan

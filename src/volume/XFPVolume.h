@@ -3,6 +3,8 @@
 
 #include "volume/XNumberVolume.h"
 
+namespace mirelan {
+
 class XFPVolume : public XNumberVolume<Float32> {
  public:
   static constexpr UInt16 kClassID = 107;
@@ -31,6 +33,8 @@ class XFPVolume : public XNumberVolume<Float32> {
   void WriteStreamSelf(XStream& inStream) const;
 
  protected:
-  XDECLARE_COPY_OUT_CELLS
+  MIRELAN_DECLARE_COPY_OUT_CELLS
   void ReadFPLayer(XStream& inStream, XOptions inOptions);
 };
+
+}  // namespace mirelan

@@ -2,6 +2,8 @@
 
 #include "core/XStream.h"
 
+namespace mirelan {
+
 XGrey16Volume::XGrey16Volume() { AttachPlaneRenderer(XMakePlaneRenderer(XRendererKind::kGrey16)); }
 
 XGrey16Volume::XGrey16Volume(UInt32 inWidth, UInt32 inHeight, UInt32 inDepth)
@@ -49,3 +51,5 @@ void XGrey16Volume::WriteStream2(XStream& inStream, XOptions inOptions) const {
 }
 
 void XGrey16Volume::WriteStreamSelf(XStream& inStream) const { inStream.WriteVersion(GetClassVersion()); }
+
+}  // namespace mirelan

@@ -3,6 +3,8 @@
 
 #include "volume/XNumberVolume.h"
 
+namespace mirelan {
+
 class XGrey16Volume : public XIntegerVolume<UInt16> {
  public:
   static constexpr UInt16 kClassID = 106;
@@ -30,6 +32,8 @@ class XGrey16Volume : public XIntegerVolume<UInt16> {
   void WriteStreamSelf(XStream& inStream) const;
 
  protected:
-  XDECLARE_COPY_OUT_CELLS
+  MIRELAN_DECLARE_COPY_OUT_CELLS
   void ReadGrey16Layer(XStream& inStream, XOptions inOptions);
 };
+
+}  // namespace mirelan

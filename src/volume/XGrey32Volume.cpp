@@ -2,6 +2,8 @@
 
 #include "core/XStream.h"
 
+namespace mirelan {
+
 XGrey32Volume::XGrey32Volume() = default;
 
 XGrey32Volume::XGrey32Volume(UInt32 inWidth, UInt32 inHeight, UInt32 inDepth)
@@ -39,3 +41,5 @@ void XGrey32Volume::WriteStream2(XStream& inStream, XOptions inOptions) const {
 }
 
 void XGrey32Volume::WriteStreamSelf(XStream& inStream) const { inStream.WriteVersion(GetClassVersion()); }
+
+}  // namespace mirelan

@@ -5,6 +5,8 @@
 
 #include "volume/XNumberVolume.h"
 
+namespace mirelan {
+
 class XGrey32Volume : public XIntegerVolume<UInt32> {
  public:
   static constexpr UInt16 kClassID = 111;
@@ -31,6 +33,8 @@ class XGrey32Volume : public XIntegerVolume<UInt32> {
   void WriteStreamSelf(XStream& inStream) const;
 
  protected:
-  XDECLARE_COPY_OUT_CELLS
+  MIRELAN_DECLARE_COPY_OUT_CELLS
   void ReadGrey32Layer(XStream& inStream, XOptions inOptions);
 };
+
+}  // namespace mirelan

@@ -3,6 +3,8 @@
 #include "core/XStream.h"
 #include "volume/XColourVolumes.h"
 
+namespace mirelan {
+
 XGrey8Volume::XGrey8Volume() { AttachPlaneRenderer(XMakePlaneRenderer(XRendererKind::kGrey8)); }
 
 XGrey8Volume::XGrey8Volume(UInt32 inWidth, UInt32 inHeight, UInt32 inDepth)
@@ -67,3 +69,5 @@ bool XGrey8Volume::PreReadStream(XStream& inStream, const XVersion& inVersion, X
 void XGrey8Volume::WriteStreamLossyCompressed(XStream& inStream, SInt32 inQuality) const {
   WriteLossyForm(inStream, kLossyClassID, inQuality);
 }
+
+}  // namespace mirelan

@@ -3,6 +3,8 @@
 
 #include "volume/XNumberVolume.h"
 
+namespace mirelan {
+
 class XGrey8Volume : public XIntegerVolume<UInt8> {
  public:
   static constexpr UInt16 kClassID = 105;
@@ -38,6 +40,8 @@ class XGrey8Volume : public XIntegerVolume<UInt8> {
   void WriteStreamLossyCompressed(XStream& inStream, SInt32 inQuality) const;
 
  protected:
-  XDECLARE_COPY_OUT_CELLS
+  MIRELAN_DECLARE_COPY_OUT_CELLS
   void ReadGrey8Layer(XStream& inStream, XOptions inOptions);
 };
+
+}  // namespace mirelan

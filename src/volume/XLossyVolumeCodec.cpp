@@ -4,6 +4,8 @@
 
 #include "core/XException.h"
 
+namespace mirelan {
+
 namespace {
 
 std::atomic<XLossyVolumeEncoder> sEncoder{nullptr};
@@ -27,3 +29,5 @@ void XDecodeLossyVolume(XStream& ioStream, XVolume& ioVolume) {
   if (!decoder) throw XException(kErrGeneral, "no lossy volume decoder is installed");
   decoder(ioStream, ioVolume);
 }
+
+}  // namespace mirelan

@@ -5,6 +5,8 @@
 
 #include "core/XTypes.h"
 
+namespace mirelan {
+
 class XStream;
 class XVolume;
 
@@ -17,3 +19,5 @@ void XSetLossyVolumeCodec(XLossyVolumeEncoder inEncoder, XLossyVolumeDecoder inD
 // Both throw XException 1006 when no coder is installed.
 void XEncodeLossyVolume(XStream& ioStream, const XVolume& inVolume, SInt32 inQuality);
 void XDecodeLossyVolume(XStream& ioStream, XVolume& ioVolume);
+
+}  // namespace mirelan

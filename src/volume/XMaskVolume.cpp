@@ -3,6 +3,8 @@
 #include "core/XStream.h"
 #include "volume/XBlockLoop.h"
 
+namespace mirelan {
+
 XMaskVolume::XMaskVolume() { AttachPlaneRenderer(XMakePlaneRenderer(XRendererKind::kMask)); }
 
 XMaskVolume::XMaskVolume(UInt32 inWidth, UInt32 inHeight, UInt32 inDepth)
@@ -68,3 +70,5 @@ void XMaskVolume::Threshold(UInt8 inThreshold) {
   UInt8* __restrict voxel = GetBaseVoxelPtr();
   XForEachIndex(GetVolumeVoxels(), [&](UInt64 i) { voxel[i] = voxel[i] > inThreshold ? 255 : 0; });
 }
+
+}  // namespace mirelan

@@ -4,6 +4,8 @@
 
 #include "volume/XGrey8Volume.h"
 
+namespace mirelan {
+
 class XMaskVolume : public XGrey8Volume {
  public:
   static constexpr UInt16 kClassID = 115;
@@ -45,3 +47,5 @@ class XMaskVolume : public XGrey8Volume {
   template <class T>
   friend class XPackedVolume;
 };
+
+}  // namespace mirelan

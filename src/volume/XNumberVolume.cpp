@@ -7,6 +7,8 @@
 #include "volume/XBlockLoop.h"
 #include "volume/XVolumeInterpolation.h"
 
+namespace mirelan {
+
 namespace {
 
 // Every element of the block, padding included: the arithmetic operators.
@@ -392,3 +394,5 @@ template class XNumberVolume<Float32>;
 template class XIntegerVolume<UInt8>;
 template class XIntegerVolume<UInt16>;
 template class XIntegerVolume<UInt32>;
+
+}  // namespace mirelan

@@ -6,6 +6,8 @@
 
 #include "volume/XPackedVolume.h"
 
+namespace mirelan {
+
 template <class T>
 class XNumberVolume : public XPackedVolume<T> {
  public:
@@ -112,3 +114,5 @@ extern template class XNumberVolume<Float32>;
 extern template class XIntegerVolume<UInt8>;
 extern template class XIntegerVolume<UInt16>;
 extern template class XIntegerVolume<UInt32>;
+
+}  // namespace mirelan

@@ -13,6 +13,8 @@
 #include "volume/XRegionRuns.h"
 #include "volume/XVolumeConversion.h"
 
+namespace mirelan {
+
 namespace {
 
 constexpr UInt16 kMemoryHandleClassID = 33;
@@ -622,3 +624,5 @@ template class XPackedVolume<Float32>;
 template class XPackedVolume<XARGB32Colour>;
 template class XPackedVolume<XBGRA32Colour>;
 template class XPackedVolume<XRGB48Colour>;
+
+}  // namespace mirelan

@@ -13,6 +13,8 @@
 #include "volume/XPixelTraits.h"
 #include "volume/XVolume.h"
 
+namespace mirelan {
+
 class XMaskVolume;
 class XGrey16Volume;
 class XFPVolume;
@@ -87,7 +89,7 @@ class XBasePackedVolume : public XVolume {
 };
 
 // The seven conversion cells every concrete source class provides.
-#define XDECLARE_COPY_OUT_CELLS                                                                       \
+#define MIRELAN_DECLARE_COPY_OUT_CELLS                                                                \
   void CopyOutMask(XMaskVolume& outDest, const X3DRect& inSourceRect, const X3DRect& inDestRect,     \
                    const X3DRegion* inRegion) const override;                                         \
   void CopyOutGrey8(XGrey8Volume& outDest, const X3DRect& inSourceRect, const X3DRect& inDestRect,   \
@@ -236,3 +238,5 @@ extern template class XPackedVolume<Float32>;
 extern template class XPackedVolume<XARGB32Colour>;
 extern template class XPackedVolume<XBGRA32Colour>;
 extern template class XPackedVolume<XRGB48Colour>;
+
+}  // namespace mirelan

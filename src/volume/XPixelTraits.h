@@ -10,6 +10,8 @@
 #include "core/XTypes.h"
 #include "volume/XColour.h"
 
+namespace mirelan {
+
 template <class T>
 struct XPixelTraits;
 
@@ -113,3 +115,5 @@ inline T XRoundCurrentTo(Float64 inValue) {
   else
     return static_cast<T>(inValue);
 }
+
+}  // namespace mirelan

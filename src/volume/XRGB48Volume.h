@@ -2,3 +2,7 @@
 #pragma once
 
 #include "volume/XColourVolumes.h"
+
+namespace mirelan {
+
+}  // namespace mirelan

@@ -4,6 +4,8 @@
 #include "volume/X3DRegion.h"
 #include "volume/XMaskVolume.h"
 
+namespace mirelan {
+
 XRegionRuns::XRegionRuns(const X3DRegion* inRegion, const X3DRect& inBox) : itsBox(inBox) {
   if (!inRegion) return;
   itsBox.Sect(inRegion->GetBounds());
@@ -27,3 +29,5 @@ void XRegionRuns::AttachMask(const X3DRect& inRegionBounds, const XMaskVolume* i
 bool XRegionRuns::CoversWhole(const X3DRegion* inRegion, const X3DRect& inRect) {
   return !inRegion || (inRegion->IsSimple() && inRegion->GetBounds().Contains(inRect));
 }
+
+}  // namespace mirelan

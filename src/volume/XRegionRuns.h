@@ -9,6 +9,8 @@
 #include "core/XTypes.h"
 #include "geometry/X3DRect.h"
 
+namespace mirelan {
+
 class X3DRegion;
 class XMaskVolume;
 
@@ -62,3 +64,5 @@ class XRegionRuns {
   ptrdiff_t itsMaskRowBytes = 0;
   ptrdiff_t itsMaskPlaneBytes = 0;
 };
+
+}  // namespace mirelan

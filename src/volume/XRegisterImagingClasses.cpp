@@ -23,6 +23,8 @@
 #include "volume/X3DRegion.h"
 #include "volume/XRGB48Volume.h"
 
+namespace mirelan {
+
 namespace {
 
 template <class C>
@@ -123,3 +125,5 @@ void XRegisterImagingClasses() {
   RegisterAliases();
   RegisterInheritance();
 }
+
+}  // namespace mirelan

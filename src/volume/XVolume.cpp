@@ -12,6 +12,8 @@
 #include "volume/XRegionRuns.h"
 #include "volume/XVolumeScaler.h"
 
+namespace mirelan {
+
 namespace {
 
 constexpr const char* kTrackerKind = "XVolume";
@@ -404,3 +406,5 @@ XPtrVector<XVolume> XVolume::YZPlanesToVolumeList(bool inApplyAspect) const {
   for (SInt32 p = 0; p < SInt32(GetWidth()); ++p) planes.push_back(YZPlaneToVolume(p, inApplyAspect));
   return planes;
 }
+
+}  // namespace mirelan

@@ -11,6 +11,8 @@
 #include "geometry/X3DRect.h"
 #include "volume/XVolumeRendering.h"
 
+namespace mirelan {
+
 class XStream;
 class X3DRegion;
 class XImageRenderer;
@@ -186,3 +188,5 @@ class XVolume : public XStorable, public XLockable {
   XImageRenderer* itsPlaneRenderer = nullptr;
   bool itsHadLegacyLUT = false;
 };
+
+}  // namespace mirelan

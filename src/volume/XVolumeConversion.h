@@ -21,6 +21,8 @@
 #include "volume/XRegionRuns.h"
 #include "volume/XVolumeScaler.h"
 
+namespace mirelan {
+
 // Channels of colour voxels as plain numbers. A 32-bit colour is read and
 // written as one word with shifts, which the vectorizer handles where four
 // separate byte fields defeat it; RGB48 goes by its fields.
@@ -364,3 +366,5 @@ void XCopyCell(const XPackedVolume<S>& inSource, XPackedVolume<D>& outDest, cons
   }
   XConvertBox<typename XConverterFor<S, D>::Type>(inSource, outDest, inSourceRect, inDestRect, inRegion);
 }
+
+}  // namespace mirelan

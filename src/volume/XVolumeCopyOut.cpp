@@ -7,6 +7,8 @@
 #include "volume/XMaskVolume.h"
 #include "volume/XVolumeConversion.h"
 
+namespace mirelan {
+
 #define XDEFINE_COPY_OUT_CELL(Source, Cell, Dest)                                                 \
   void Source::Cell(Dest& outDest, const X3DRect& inSourceRect, const X3DRect& inDestRect,       \
                     const X3DRegion* inRegion) const {                                            \
@@ -31,3 +33,5 @@ XDEFINE_COPY_OUT_CELLS(XFPVolume)
 XDEFINE_COPY_OUT_CELLS(XARGB32Volume)
 XDEFINE_COPY_OUT_CELLS(XBGRA32Volume)
 XDEFINE_COPY_OUT_CELLS(XRGB48Volume)
+
+}  // namespace mirelan

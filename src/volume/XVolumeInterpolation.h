@@ -6,6 +6,8 @@
 
 #include "volume/XPackedVolume.h"
 
+namespace mirelan {
+
 // Voxel centres sit at integer coordinates. For (x, y, z) the eight voxels
 // around it are visited with their weights; a neighbour beyond the bounds is
 // taken from the edge. inVisit(voxel, weight) accumulates. The caller holds a lock.
@@ -39,3 +41,5 @@ void XVisitTrilinear(const XPackedVolume<T>& inVolume, Float32 inX, Float32 inY,
     }
   }
 }
+
+}  // namespace mirelan

@@ -6,6 +6,8 @@
 #include "core/XException.h"
 #include "volume/XVolume.h"
 
+namespace mirelan {
+
 namespace {
 
 SInt32 ShiftDown(SInt32 inValue, SInt32 inShift) { return SInt32(SInt64(inValue) >> inShift); }
@@ -83,3 +85,5 @@ X3DRect XVolumeLevelScalingHelper::GetBoundsOfLevel(SInt32 inLevel) const {
   bounds.back = ShiftDownRoundingUp(itsBounds.back, sz);
   return bounds;
 }
+
+}  // namespace mirelan

@@ -7,6 +7,8 @@
 #include "geometry/X3DRect.h"
 #include "geometry/XPoint.h"
 
+namespace mirelan {
+
 class XVolume;
 
 class XVolumeLevelScalingHelper {
@@ -45,3 +47,5 @@ class XVolumeLevelScalingHelper {
   X3DPoint itsMaxAnisotropy;
   SInt32 itsSubdivisionLevel = 0;
 };
+
+}  // namespace mirelan

@@ -12,6 +12,8 @@
 #include "rendering/XMaskImageRenderer.h"
 #include "rendering/XRGB48ImageRenderer.h"
 
+namespace mirelan {
+
 XImageRenderer* XMakePlaneRenderer(XRendererKind inKind) {
   switch (inKind) {
     case XRendererKind::kNone:
@@ -92,3 +94,5 @@ void XRenderVolume(const XImageRenderer&, const XVolume&, XBGRA32Volume&, const 
                    const X3DRegion*) {
   XAssert(false);
 }
+
+}  // namespace mirelan

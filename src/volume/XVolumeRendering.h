@@ -4,6 +4,8 @@
 
 #include "core/XTypes.h"
 
+namespace mirelan {
+
 class X3DRect;
 class X3DRegion;
 class XARGB32Volume;
@@ -31,3 +33,5 @@ void XRenderVolume(const XImageRenderer& inRenderer, const XVolume& inSource, XA
                    const X3DRect& inSourceRect, const X3DRect& inDestRect, const X3DRegion* inRegion);
 void XRenderVolume(const XImageRenderer& inRenderer, const XVolume& inSource, XBGRA32Volume& outDest,
                    const X3DRect& inSourceRect, const X3DRect& inDestRect, const X3DRegion* inRegion);
+
+}  // namespace mirelan

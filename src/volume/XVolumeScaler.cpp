@@ -1,5 +1,7 @@
 #include "volume/XVolumeScaler.h"
 
+namespace mirelan {
+
 XVolumeScaler::XVolumeScaler(const X3DRect& inSource, const X3DRect& inDest, UInt64 inXStride,
                              UInt64 inYStride, UInt64 inZStride)
     : itsSource(inSource), itsDest(inDest) {
@@ -15,3 +17,5 @@ void XVolumeScaler::FillArray(std::vector<UInt64>& outTable, UInt32 inSourceLeng
   for (UInt32 i = 0; i < inDestLength; ++i, sum += inSourceLength)
     outTable[i] = (sum / inDestLength) * inStride;
 }
+
+}  // namespace mirelan

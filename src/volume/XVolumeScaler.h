@@ -8,6 +8,8 @@
 #include "core/XTypes.h"
 #include "geometry/X3DRect.h"
 
+namespace mirelan {
+
 class XVolumeScaler {
  public:
   // Offsets are in units of the strides, counted from the source box's
@@ -37,3 +39,5 @@ class XVolumeScaler {
   std::vector<UInt64> itsY;
   std::vector<UInt64> itsZ;
 };
+
+}  // namespace mirelan

@@ -10,6 +10,8 @@
 #include "core/XResourceTracker.h"
 #include "core/XTime.h"
 
+using namespace mirelan;
+
 namespace {
 
 // Counts live instances so that ownership mistakes show as leaks or double deletes.

@@ -10,6 +10,8 @@
 #include "core/XMemoryHandle.h"
 #include "core/XZCompressor.h"
 
+using namespace mirelan;
+
 namespace {
 
 XMemoryHandle Filled(UInt64 inSize, UInt8 inFirst) {

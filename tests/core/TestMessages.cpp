@@ -9,6 +9,8 @@
 #include "core/XException.h"
 #include "core/XMessage.h"
 
+using namespace mirelan;
+
 namespace {
 
 class ValueMessage : public XMessage {

@@ -9,6 +9,8 @@
 
 #include "core/XUserPrefsSaver.h"
 
+using namespace mirelan;
+
 namespace fs = std::filesystem;
 using namespace std::string_literals;
 

@@ -10,6 +10,8 @@
 #include "core/XProgress.h"
 #include "core/XThread.h"
 
+using namespace mirelan;
+
 namespace {
 
 struct Call {

@@ -5,6 +5,8 @@
 #include "core/XHandleStream.h"
 #include "core/XStream.h"
 
+using namespace mirelan;
+
 namespace {
 
 SInt32 ErrorOf(const std::function<void()>& inCall) {

@@ -9,6 +9,8 @@
 #include "core/XMutex.h"
 #include "core/XThread.h"
 
+using namespace mirelan;
+
 namespace {
 
 // Runs a function as its work; stops in its own destructor as derived classes must.

@@ -8,6 +8,8 @@
 #include "geometry/X3DRect.h"
 #include "geometry/XPoint.h"
 
+using namespace mirelan;
+
 TEST(PointArithmetic, DivisionAndConversionTruncateTowardsZero) {
   EXPECT_EQ(XPoint(-7, 7) / 2, XPoint(-3, 3));
   EXPECT_EQ(XPoint(7, 9) / XPoint(2, -4), XPoint(3, -2));

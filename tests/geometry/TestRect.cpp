@@ -9,6 +9,8 @@
 #include "geometry/X3DRect.h"
 #include "geometry/XRect.h"
 
+using namespace mirelan;
+
 namespace {
 
 // Rectangles and boxes with their fields set as given, inverted or not.

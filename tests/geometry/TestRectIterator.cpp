@@ -4,6 +4,8 @@
 
 #include "geometry/XRectIterator.h"
 
+using namespace mirelan;
+
 namespace {
 
 // The first inSteps points, forwards from the start or backwards from the end.

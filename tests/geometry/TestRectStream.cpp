@@ -8,6 +8,8 @@
 #include "geometry/X3DRect.h"
 #include "geometry/XRect.h"
 
+using namespace mirelan;
+
 namespace {
 
 using Bytes = std::vector<UInt8>;

@@ -21,6 +21,8 @@
 #include "rendering/XRGB48ImageRenderer.h"
 #include "volume/XRegisterImagingClasses.h"
 
+using namespace mirelan;
+
 // Stream tests read through the library's own class table.
 class RenderingStreamTest : public ::testing::Test {
  protected:

@@ -4,6 +4,8 @@
 
 #include "RenderingTestClasses.h"
 
+using namespace mirelan;
+
 namespace {
 
 TEST(Renderer, DefaultsByClass) {

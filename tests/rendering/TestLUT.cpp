@@ -6,7 +6,11 @@
 #include "rendering/XNiceColours.h"
 #include "volume/XARGB32Volume.h"
 
+using namespace mirelan;
+
 namespace {
+
+using ::EntryOf;  // the colour table form, from the shared helpers
 
 UInt8 EntryOf(const XIntToIntLUT& inLUT, UInt32 inIndex) {
   UInt8 v;

@@ -13,6 +13,8 @@
 #include "tools/XRatioTool.h"
 #include "tools/XVolumeArithmeticTool.h"
 
+using namespace mirelan;
+
 using namespace tooltest;
 using XOp = XVolumeArithmeticTool::XOperator;
 

@@ -11,6 +11,8 @@
 #include "tools/XRGB24ToARGB32Tool.h"
 #include "tools/XYCVolumeTools.h"
 
+using namespace mirelan;
+
 using namespace tooltest;
 using ARGB = XARGB32Colour;
 using RGB48 = XRGB48Colour;

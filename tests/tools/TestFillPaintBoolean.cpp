@@ -7,6 +7,8 @@
 #include "tools/XFillVolumeTool.h"
 #include "tools/XPaintVolumeTool.h"
 
+using namespace mirelan;
+
 using namespace tooltest;
 using ARGB = XARGB32Colour;
 

@@ -8,6 +8,8 @@
 #include "tools/XFlipVolumeTools.h"
 #include "tools/XRotateVolumeTools.h"
 
+using namespace mirelan;
+
 using namespace tooltest;
 
 namespace {

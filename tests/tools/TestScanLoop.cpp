@@ -8,6 +8,8 @@
 #include "tools/XPixelCountHelper.h"
 #include "tools/XScanLoop.h"
 
+using namespace mirelan;
+
 using namespace tooltest;
 
 namespace {

@@ -9,6 +9,8 @@
 #include "tools/X1ToManyVolumeTool.h"
 #include "tools/XVolumeScanningTool.h"
 
+using namespace mirelan;
+
 using namespace tooltest;
 
 namespace {

@@ -12,6 +12,8 @@
 #include "tools/XImageOffsetTool.h"
 #include "tools/XInvertVolumeTool.h"
 
+using namespace mirelan;
+
 using namespace tooltest;
 using ARGB = XARGB32Colour;
 using RGB48 = XRGB48Colour;

@@ -13,6 +13,8 @@
 #include "tools/X1To1VolumeTool.h"
 #include "volume/X3DRegion.h"
 
+using namespace mirelan;
+
 namespace tooltest {
 
 using volumetest::ErrorOf;

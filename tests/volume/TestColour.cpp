@@ -6,6 +6,8 @@
 
 #include "volume/XColour.h"
 
+using namespace mirelan;
+
 namespace {
 
 template <class C>

@@ -5,6 +5,8 @@
 #include "volume/X3DRegion.h"
 #include "VolumeTestSupport.h"
 
+using namespace mirelan;
+
 using namespace volumetest;
 
 namespace {

@@ -6,6 +6,8 @@
 #include "volume/XVolumeLevelScalingHelper.h"
 #include "VolumeTestSupport.h"
 
+using namespace mirelan;
+
 using namespace volumetest;
 
 using NumberVolume = VolumeTest;

@@ -7,6 +7,8 @@
 #include "VolumeTestSupport.h"
 #include "volume/X3DRegion.h"
 
+using namespace mirelan;
+
 using namespace volumetest;
 
 namespace {

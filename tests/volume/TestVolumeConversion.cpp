@@ -7,6 +7,8 @@
 #include "volume/X3DRegion.h"
 #include "VolumeTestSupport.h"
 
+using namespace mirelan;
+
 using namespace volumetest;
 
 using VolumeConversion = VolumeTest;

@@ -10,6 +10,8 @@
 #include "volume/X3DRegion.h"
 #include "VolumeTestSupport.h"
 
+using namespace mirelan;
+
 using namespace volumetest;
 
 using VolumeModel = VolumeTest;

@@ -6,6 +6,8 @@
 #include "volume/XLossyVolumeCodec.h"
 #include "VolumeTestSupport.h"
 
+using namespace mirelan;
+
 using namespace volumetest;
 
 using VolumeStream = VolumeTest;

@@ -24,6 +24,8 @@
 #include "volume/XMaskVolume.h"
 #include "volume/XRegisterImagingClasses.h"
 
+using namespace mirelan;
+
 namespace volumetest {
 
 // Tests read streams through the library's own class table.
