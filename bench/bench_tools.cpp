@@ -4,7 +4,7 @@
 #include <benchmark/benchmark.h>
 
 #include "tools/XInvertVolumeTool.h"
-#include "tools/XScanLoop.h"
+#include "tools/internal/XScanLoop.h"
 #include "volume/X3DRegion.h"
 #include "volume/XGrey8Volume.h"
 #include "volume/XMaskVolume.h"

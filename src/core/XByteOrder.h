@@ -3,6 +3,7 @@
 
 #include <cstddef>
 
+#include "core/XExport.h"
 #include "core/XTypes.h"
 
 namespace mirelan {
@@ -25,10 +26,10 @@ inline UInt32 SwapBytes32(UInt32 v) { return __builtin_bswap32(v); }
 inline UInt64 SwapBytes64(UInt64 v) { return __builtin_bswap64(v); }
 
 // In-place swaps of inCount units.
-void SwapBuffer16(void* ioBuffer, UInt64 inCount);
-void SwapBuffer32(void* ioBuffer, UInt64 inCount);
+MIRELAN_EXPORT void SwapBuffer16(void* ioBuffer, UInt64 inCount);
+MIRELAN_EXPORT void SwapBuffer32(void* ioBuffer, UInt64 inCount);
 // Copies inBytes bytes from inSource to outDest swapping by inMode; a trailing
 // part shorter than one unit is copied as it is. Source and destination may be equal.
-void SwapBufferBytes(void* outDest, const void* inSource, UInt64 inBytes, XByteSwapMode inMode);
+MIRELAN_EXPORT void SwapBufferBytes(void* outDest, const void* inSource, UInt64 inBytes, XByteSwapMode inMode);
 
 }  // namespace mirelan

@@ -4,6 +4,7 @@
 
 #include <memory>
 
+#include "core/XExport.h"
 #include "core/XStorable.h"
 
 namespace mirelan {
@@ -14,7 +15,7 @@ using XStreamFactory = XStorable* (*)(XStream& inStream, const XVersion& inVersi
                                       XStorable::XOptions inOptions);
 using XDefaultFactory = XStorable* (*)();
 
-class XClassRegistry {
+class MIRELAN_EXPORT XClassRegistry {
  public:
   // Adds factories to a class (any may be null; a class may be registered
   // again to add more) and enters inBase as its parent.

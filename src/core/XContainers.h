@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "core/XException.h"
+#include "core/XExport.h"
 
 namespace mirelan {
 
@@ -24,7 +25,7 @@ using XMap = std::map<K, V, Compare>;
 
 // A pair with a third member; compares lexicographically like std::pair.
 template <class A, class B, class C>
-struct XTriplet {
+struct MIRELAN_EXPORT XTriplet {
   A first;
   B second;
   C third;
@@ -55,7 +56,7 @@ constexpr XTriplet<A, B, C> MakeTriplet(const A& inFirst, const B& inSecond, con
 // since two owners of one object would delete it twice. Iteration yields the raw
 // pointers; Release hands an object back to the caller.
 template <class T>
-class XPtrVector {
+class MIRELAN_EXPORT XPtrVector {
  public:
   using value_type = T*;
   using size_type = std::size_t;

@@ -1,10 +1,12 @@
 // Registration of the core's own storable classes.
 #pragma once
 
+#include "core/XExport.h"
+
 namespace mirelan {
 
 // Enters the core's classes (the memory handle, id 33) into the registry.
 // Safe to call more than once.
-void XRegisterCoreClasses();
+MIRELAN_EXPORT void XRegisterCoreClasses();
 
 }  // namespace mirelan

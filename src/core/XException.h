@@ -5,6 +5,7 @@
 #include <exception>
 #include <stdexcept>
 
+#include "core/XExport.h"
 #include "core/XTypes.h"
 
 namespace mirelan {
@@ -24,7 +25,7 @@ enum : SInt32 {
   kErrNotForPixelType = 2500,  // operation not available for this pixel type
 };
 
-class XException : public std::exception {
+class MIRELAN_EXPORT XException : public std::exception {
  public:
   explicit XException(SInt32 inNumber, XString inDetail = XString());
   XException(const XException&) = default;
@@ -59,7 +60,7 @@ class XException : public std::exception {
 
 // A broken precondition: a programming error, never a data error. It does not
 // derive from XException so that hosts do not mistake it for bad input.
-class XInternalError : public std::logic_error {
+class MIRELAN_EXPORT XInternalError : public std::logic_error {
  public:
   XInternalError(const char* inExpression, const char* inFile, int inLine);
   const char* GetExpression() const { return itsExpression; }
@@ -76,9 +77,9 @@ using XInternalErrorHandler = void (*)(const char* inExpression, const char* inF
 
 // Installs a handler for broken preconditions and returns the previous one.
 // The default throws XInternalError; a handler that returns is followed by abort().
-XInternalErrorHandler SetInternalErrorHandler(XInternalErrorHandler inHandler);
+MIRELAN_EXPORT XInternalErrorHandler SetInternalErrorHandler(XInternalErrorHandler inHandler);
 
-[[noreturn]] void MirelanInternalError(const char* inExpression, const char* inFile, int inLine);
+[[noreturn]] MIRELAN_EXPORT void MirelanInternalError(const char* inExpression, const char* inFile, int inLine);
 
 #define XAssert(expr) \
   ((expr) ? static_cast<void>(0) : ::mirelan::MirelanInternalError(#expr, __FILE__, __LINE__))

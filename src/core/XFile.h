@@ -1,11 +1,12 @@
 // File names and plain files on the operating system.
 #pragma once
 
+#include "core/XExport.h"
 #include "core/XTypes.h"
 
 namespace mirelan {
 
-class XFileSpec {
+class MIRELAN_EXPORT XFileSpec {
  public:
   XFileSpec() = default;
   XFileSpec(XString inPath) : itsPath(std::move(inPath)) {}  // NOLINT: paths convert freely
@@ -27,7 +28,7 @@ class XFileSpec {
 enum XFileMode : UInt8 { kReadOnly = 0, kReadWrite = 1, kCreateReadWrite = 2 };
 
 // An open file. Failures throw XException 1003 with the path and the system's reason.
-class XFile {
+class MIRELAN_EXPORT XFile {
  public:
   XFile() = default;
   XFile(const XFileSpec& inSpec, XFileMode inMode) { Open(inSpec, inMode); }

@@ -3,6 +3,7 @@
 
 #include <memory>
 
+#include "core/XExport.h"
 #include "core/XFile.h"
 #include "core/XMemoryHandle.h"
 #include "core/XStream.h"
@@ -11,7 +12,7 @@ namespace mirelan {
 
 // A stream whose bytes live in the caller's XMemoryHandle. The handle stays
 // locked while the stream is open; on closing it is cut to the stream's extent.
-class XHandleStream : public XStream {
+class MIRELAN_EXPORT XHandleStream : public XStream {
  public:
   explicit XHandleStream(XMemoryHandle& ioHandle, XByteOrder inOrder = GetByteOrderFromPlatform());
   ~XHandleStream() override;
@@ -31,7 +32,7 @@ class XHandleStream : public XStream {
 };
 
 // A buffered stream on an open XFile, or on a file it opens itself.
-class XFileStream : public XStream {
+class MIRELAN_EXPORT XFileStream : public XStream {
  public:
   static constexpr UInt64 kDefaultBufferBytes = 64 * 1024;
 

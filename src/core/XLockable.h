@@ -4,6 +4,7 @@
 
 #include <atomic>
 
+#include "core/XExport.h"
 #include "core/XTypes.h"
 
 namespace mirelan {
@@ -17,7 +18,7 @@ class XLockable;
 
 // Supplies a lockable's data when it is first locked. Shared by the
 // lockables it serves and deleted with its last client.
-class XDataFetcher {
+class MIRELAN_EXPORT XDataFetcher {
  public:
   virtual ~XDataFetcher() = default;
   // Puts the data into ioTarget; false when it cannot.
@@ -31,7 +32,7 @@ class XDataFetcher {
   std::atomic<UInt32> itsClients{0};
 };
 
-class XLockable {
+class MIRELAN_EXPORT XLockable {
  public:
   XLockable() = default;
   XLockable(const XLockable& inOther);
@@ -64,7 +65,7 @@ class XLockable {
 };
 
 // Scoped lock.
-class XLock {
+class MIRELAN_EXPORT XLock {
  public:
   XLock(const XLockable& inLockable, XLockMode inMode) : itsLockable(inLockable), itsMode(inMode) {
     XLockable::LockFor(itsLockable, itsMode);

@@ -5,6 +5,7 @@
 #include <memory>
 
 #include "core/XByteOrder.h"
+#include "core/XExport.h"
 #include "core/XLockable.h"
 #include "core/XFile.h"
 #include "core/XStorable.h"
@@ -17,7 +18,7 @@ struct XMemoryBlock;
 // How a handle's data is kept on a stream.
 enum XCompressionType : UInt32 { kNotCompressed = 0, kZlibCompressed = 1 };
 
-class XMemoryHandle : public XStorable, public XLockable {
+class MIRELAN_EXPORT XMemoryHandle : public XStorable, public XLockable {
  public:
   static constexpr UInt16 kClassID = 33;
 
@@ -101,7 +102,7 @@ class XMemoryHandle : public XStorable, public XLockable {
 
 // Read-only view of a file range through mmap. A write lock gives the handle
 // a private copy, so the file is never changed.
-class XMappedFileMemoryHandle : public XMemoryHandle {
+class MIRELAN_EXPORT XMappedFileMemoryHandle : public XMemoryHandle {
  public:
   // inMode and inFlags are accepted for the callers' sake; the mapping is
   // always private and read-only.

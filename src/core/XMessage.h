@@ -5,6 +5,7 @@
 #include <functional>
 #include <vector>
 
+#include "core/XExport.h"
 #include "core/XTypes.h"
 
 namespace mirelan {
@@ -20,7 +21,7 @@ enum XWhen : SInt32 {
 // A message names the speaker it comes from. Derived messages carry their own
 // data and must override Clone (a queued message is a clone) and, to take
 // part in coalescing, operator== and ShouldCoalesceQueueMessage.
-class XMessage {
+class MIRELAN_EXPORT XMessage {
  public:
   explicit XMessage(XSpeaker* inSpeaker = nullptr) : itsSpeaker(inSpeaker) {}
   XMessage(const XMessage&) = default;
@@ -50,7 +51,7 @@ class XMessage {
 // until no other thread is inside this listener's HandleMessage. A listener
 // that can be called on another thread than the one destroying it must call
 // UnsubscribeAll in its own destructor, before its derived part is gone.
-class XListener {
+class MIRELAN_EXPORT XListener {
  public:
   XListener() = default;
   // A copy starts with no subscriptions.
@@ -77,7 +78,7 @@ class XListener {
 // may speak, subscribe, unsubscribe and destroy listeners and speakers: a
 // listener unsubscribed during a delivery gets nothing more from it. An
 // exception out of a handler ends that delivery and goes to the caller.
-class XSpeaker {
+class MIRELAN_EXPORT XSpeaker {
  public:
   XSpeaker() = default;
   // A copy starts with no listeners and is not muted.

@@ -5,6 +5,7 @@
 #include <mutex>
 #include <shared_mutex>
 
+#include "core/XExport.h"
 #include "core/XTypes.h"
 
 namespace mirelan {
@@ -14,7 +15,7 @@ namespace mirelan {
 // Before blocking, Lock tries up to the spin count times, which pays off for the
 // short sections this library guards. The flag arguments are kept for callers
 // and have no effect.
-class XMutex {
+class MIRELAN_EXPORT XMutex {
  public:
   explicit XMutex(SInt32 inSpinCount = 4000, bool inFlag = false);
   XMutex(const XMutex&) = delete;
@@ -31,7 +32,7 @@ class XMutex {
 };
 
 // Holds an XMutex for its scope. A null mutex is allowed and locks nothing.
-class XThreadLock {
+class MIRELAN_EXPORT XThreadLock {
  public:
   explicit XThreadLock(XMutex& inMutex) : itsMutex(&inMutex) { itsMutex->Lock(); }
   explicit XThreadLock(XMutex* inMutex) : itsMutex(inMutex) {
@@ -54,7 +55,7 @@ enum XRWLockMode : SInt32 {
 };
 
 // Many readers or one writer. Not recursive: a thread must not take it twice.
-class XRWMutex {
+class MIRELAN_EXPORT XRWMutex {
  public:
   XRWMutex() = default;
   XRWMutex(const XRWMutex&) = delete;
@@ -69,7 +70,7 @@ class XRWMutex {
 };
 
 // Holds an XRWMutex in one mode for its scope.
-class XRWLock {
+class MIRELAN_EXPORT XRWLock {
  public:
   XRWLock(XRWMutex& inMutex, XRWLockMode inMode) : itsMutex(inMutex), itsMode(inMode) {
     itsMutex.Lock(itsMode);
@@ -85,7 +86,7 @@ class XRWLock {
 
 // A wake-up signal that is not lost: Signal before anyone sleeps is kept, and
 // the next sleeper returns at once. Each Signal wakes one sleeper (auto-reset).
-class XConditionVariable {
+class MIRELAN_EXPORT XConditionVariable {
  public:
   XConditionVariable() = default;
   XConditionVariable(const XConditionVariable&) = delete;

@@ -3,6 +3,7 @@
 
 #include <functional>
 
+#include "core/XExport.h"
 #include "core/XTypes.h"
 
 namespace mirelan {
@@ -31,7 +32,7 @@ enum XProgressType : SInt32 {
 // Every Increment, SetProgress and YieldAndCheckAbort also calls
 // XThread::TestCancelCurrentThread, so a stopped worker leaves by the same
 // exception. Without a sink, and between reports, the calls cost a clock read.
-class XProgress {
+class MIRELAN_EXPORT XProgress {
  public:
   // Returns false to ask for a cancel.
   using Sink = std::function<bool(UInt64 inTotal, UInt64 inPosition, const XString& inMessage)>;

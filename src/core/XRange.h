@@ -4,13 +4,14 @@
 #include <algorithm>
 #include <cstdint>
 
+#include "core/XExport.h"
 #include "core/XTypes.h"
 
 namespace mirelan {
 
 // Holds [first, first + length). Used for timepoint and channel ranges, which
 // start at 1. The end is computed in 64 bits so that it never overflows.
-class XRange {
+class MIRELAN_EXPORT XRange {
  public:
   constexpr XRange() : itsFirst(0), itsLength(0) {}
   constexpr XRange(SInt32 inFirst, UInt32 inLength) : itsFirst(inFirst), itsLength(inLength) {}

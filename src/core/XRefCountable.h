@@ -6,6 +6,7 @@
 #include <type_traits>
 #include <utility>
 
+#include "core/XExport.h"
 #include "core/XTypes.h"
 
 namespace mirelan {
@@ -15,7 +16,7 @@ namespace mirelan {
 // to zero deletes the object, so it must have been made with new. Counting is
 // atomic; the object itself is not made thread-safe by it. Copying an object
 // does not copy its count: the copy is a new object with no holders.
-class XRefCountable {
+class MIRELAN_EXPORT XRefCountable {
  public:
   XRefCountable() noexcept : itsRefCount(0) {}
   XRefCountable(const XRefCountable&) noexcept : itsRefCount(0) {}
@@ -31,7 +32,7 @@ class XRefCountable {
 };
 
 // The untyped part of XRefPtr: holds one reference on an XRefCountable.
-class XRefPtrBase {
+class MIRELAN_EXPORT XRefPtrBase {
  public:
   explicit operator bool() const noexcept { return itsObject != nullptr; }
 
@@ -55,7 +56,7 @@ class XRefPtrBase {
 };
 
 template <class T>
-class XRefPtr : public XRefPtrBase {
+class MIRELAN_EXPORT XRefPtr : public XRefPtrBase {
  public:
   XRefPtr() noexcept = default;
   XRefPtr(std::nullptr_t) noexcept {}

@@ -6,6 +6,7 @@
 #include <string>
 #include <string_view>
 
+#include "core/XExport.h"
 #include "core/XTypes.h"
 
 namespace mirelan {
@@ -13,7 +14,7 @@ namespace mirelan {
 // One process-wide tracker. Every XVolume constructor adds to its kind and the
 // destructor removes, so hosts and tests can count live volumes. A count may go
 // below zero only through unbalanced calls, which it shows rather than hides.
-class XResourceTracker {
+class MIRELAN_EXPORT XResourceTracker {
  public:
   // Never destroyed, so objects that die during static destruction can still report.
   static XResourceTracker& GetTracker();

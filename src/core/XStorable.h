@@ -1,13 +1,14 @@
 // Root of every class that can be written to and read from an XStream.
 #pragma once
 
+#include "core/XExport.h"
 #include "core/XVersion.h"
 
 namespace mirelan {
 
 class XStream;
 
-class XStorable : public XVersioned {
+class MIRELAN_EXPORT XStorable : public XVersioned {
  public:
   // Reading options. 0 reads everything; 2 asks a volume for its header only.
   using XOptions = UInt32;

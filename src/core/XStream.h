@@ -7,12 +7,13 @@
 
 #include "core/XByteOrder.h"
 #include "core/XException.h"
+#include "core/XExport.h"
 #include "core/XStorable.h"
 #include "core/XUUID.h"
 
 namespace mirelan {
 
-class XStream {
+class MIRELAN_EXPORT XStream {
  public:
   // Format version written into stream headers by WriteStreamInfo.
   static constexpr UInt16 kCurrentStreamFormat = 2;
@@ -125,7 +126,7 @@ std::unique_ptr<T> XStream::ReadObjectAs(XStorable::XOptions inOptions) {
 }
 
 // Growable stream in memory.
-class XMemoryStream : public XStream {
+class MIRELAN_EXPORT XMemoryStream : public XStream {
  public:
   explicit XMemoryStream(XByteOrder inOrder = GetByteOrderFromPlatform()) : XStream(inOrder) {}
   // A stream over a copy of the given bytes, positioned at the start.

@@ -7,6 +7,7 @@
 #include <mutex>
 #include <thread>
 
+#include "core/XExport.h"
 #include "core/XTypes.h"
 
 namespace mirelan {
@@ -47,7 +48,7 @@ enum XThreadState : SInt32 {
 // Lower priorities than normal are applied (as the thread's nice value); higher
 // ones would need privileges and are ignored, as are the stack size (the
 // default stack is larger than any the library asks for) and the flag.
-class XThread {
+class MIRELAN_EXPORT XThread {
  public:
   explicit XThread(const XString& inName = XString(),
                    XThreadPriority inPriority = kThreadPriorityNormal, UInt32 inStackSize = 0,

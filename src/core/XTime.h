@@ -1,13 +1,14 @@
 // Wall-clock instants and the monotonic microsecond clock.
 #pragma once
 
+#include "core/XExport.h"
 #include "core/XTypes.h"
 
 namespace mirelan {
 
 // An instant as signed microseconds since 1970-01-01 00:00:00 UTC. A plain
 // value: differences are microsecond counts, so durations need no type of their own.
-class XTime {
+class MIRELAN_EXPORT XTime {
  public:
   static constexpr SInt64 kOneMicrosecond = 1;
   static constexpr SInt64 kOneMillisecond = 1000;
@@ -62,6 +63,6 @@ class XTime {
 
 // A monotonic clock in microseconds from an arbitrary origin: never goes back,
 // unaffected by changes of the system time. For durations and rate limits.
-UInt64 GetMicroSecondTime();
+MIRELAN_EXPORT UInt64 GetMicroSecondTime();
 
 }  // namespace mirelan

@@ -1,6 +1,7 @@
 // A duration timer with an interval, for rate limits in long loops.
 #pragma once
 
+#include "core/XExport.h"
 #include "core/XTypes.h"
 
 namespace mirelan {
@@ -14,7 +15,7 @@ namespace mirelan {
 //
 // The mode is kept for callers and has no effect: every mode measures the same
 // way. Use GetElapsedMicroseconds where milliseconds are too coarse.
-class XTimer {
+class MIRELAN_EXPORT XTimer {
  public:
   explicit XTimer(UInt32 inInterval = 300, SInt32 inMode = 0);
 

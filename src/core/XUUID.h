@@ -3,11 +3,12 @@
 
 #include <array>
 
+#include "core/XExport.h"
 #include "core/XTypes.h"
 
 namespace mirelan {
 
-class XUUID {
+class MIRELAN_EXPORT XUUID {
  public:
   XUUID() : itsBytes{} {}
   explicit XUUID(const std::array<UInt8, 16>& inBytes) : itsBytes(inBytes) {}

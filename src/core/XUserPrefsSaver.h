@@ -5,6 +5,7 @@
 #include <optional>
 #include <vector>
 
+#include "core/XExport.h"
 #include "core/XTypes.h"
 
 namespace mirelan {
@@ -30,7 +31,7 @@ namespace mirelan {
 // the file as it is then (other sections, and keys this saver did not change,
 // keep what other savers wrote meanwhile) and replaces it atomically through a
 // temporary file and a rename. Save does not happen by itself: call it.
-class XUserPrefsSaver {
+class MIRELAN_EXPORT XUserPrefsSaver {
  public:
   explicit XUserPrefsSaver(const XString& inSection);
 

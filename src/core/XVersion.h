@@ -2,11 +2,12 @@
 // high half the class's version.
 #pragma once
 
+#include "core/XExport.h"
 #include "core/XTypes.h"
 
 namespace mirelan {
 
-class XVersion {
+class MIRELAN_EXPORT XVersion {
  public:
   constexpr XVersion() : itsValue(0) {}
   constexpr XVersion(UInt32 inPacked) : itsValue(inPacked) {}  // NOLINT: packed words convert freely
@@ -30,7 +31,7 @@ class XVersion {
 };
 
 // Run-time type test of the library's objects.
-class XVersioned {
+class MIRELAN_EXPORT XVersioned {
  public:
   virtual ~XVersioned() = default;
   virtual XVersion GetVersion() const = 0;

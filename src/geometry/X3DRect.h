@@ -2,6 +2,7 @@
 // bottom and front <= z < back. The bounds of every volume and region.
 #pragma once
 
+#include "core/XExport.h"
 #include "core/XStorable.h"
 #include "geometry/XPoint.h"
 #include "geometry/XRect.h"
@@ -10,7 +11,7 @@ namespace mirelan {
 
 class XStream;
 
-class X3DRect : public XStorable {
+class MIRELAN_EXPORT X3DRect : public XStorable {
  public:
   static constexpr UInt16 kClassID = 100;
   static const X3DRect sEmptyRect;

@@ -6,6 +6,7 @@
 #include <type_traits>
 #include <vector>
 
+#include "core/XExport.h"
 #include "core/XTypes.h"
 
 namespace mirelan {
@@ -13,7 +14,7 @@ namespace mirelan {
 class X3DRect;
 
 template <class T>
-class XPointT {
+class MIRELAN_EXPORT XPointT {
  public:
   using Coord = T;
 
@@ -105,7 +106,7 @@ class XPointT {
 };
 
 template <class T>
-class X3DPointT {
+class MIRELAN_EXPORT X3DPointT {
  public:
   using Coord = T;
 
@@ -207,7 +208,7 @@ class X3DPointT {
   }
 };
 
-class XPoint : public XPointT<SInt32> {
+class MIRELAN_EXPORT XPoint : public XPointT<SInt32> {
  public:
   using XPointT<SInt32>::XPointT;
   constexpr XPoint() = default;
@@ -215,7 +216,7 @@ class XPoint : public XPointT<SInt32> {
   constexpr explicit XPoint(const XPointT<Float32>& p) : XPointT<SInt32>(p) {}
 };
 
-class XPointF : public XPointT<Float32> {
+class MIRELAN_EXPORT XPointF : public XPointT<Float32> {
  public:
   using XPointT<Float32>::XPointT;
   constexpr XPointF() = default;
@@ -240,7 +241,7 @@ class XPointF : public XPointT<Float32> {
   }
 };
 
-class X3DPoint : public X3DPointT<SInt32> {
+class MIRELAN_EXPORT X3DPoint : public X3DPointT<SInt32> {
  public:
   using X3DPointT<SInt32>::X3DPointT;
   constexpr X3DPoint() = default;
@@ -251,7 +252,7 @@ class X3DPoint : public X3DPointT<SInt32> {
   void KeepWithin(const X3DRect& inBox);
 };
 
-class X3DPointF : public X3DPointT<Float32> {
+class MIRELAN_EXPORT X3DPointF : public X3DPointT<Float32> {
  public:
   using X3DPointT<Float32>::X3DPointT;
   constexpr X3DPointF() = default;

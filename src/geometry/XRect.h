@@ -8,6 +8,7 @@
 #include <limits>
 #include <type_traits>
 
+#include "core/XExport.h"
 #include "core/XStorable.h"
 #include "geometry/XPoint.h"
 
@@ -110,7 +111,7 @@ enum XRectAlignment : UInt32 {
 };
 
 template <class C, class S, class A>
-class XRectT {
+class MIRELAN_EXPORT XRectT {
  public:
   using Coord = C;
   using Size = S;
@@ -449,7 +450,7 @@ class XRectT {
 using XRectBase = XRectT<SInt32, UInt32, UInt64>;
 using XRectFBase = XRectT<Float32, Float32, Float32>;
 
-class XRect : public XStorable, public XRectBase {
+class MIRELAN_EXPORT XRect : public XStorable, public XRectBase {
  public:
   static constexpr UInt16 kClassID = 34;
   static const XRect sEmptyRect;
@@ -477,7 +478,7 @@ class XRect : public XStorable, public XRectBase {
   void WriteStreamSelf(XStream& inStream) const;
 };
 
-class XRectF : public XStorable, public XRectFBase {
+class MIRELAN_EXPORT XRectF : public XStorable, public XRectFBase {
  public:
   static constexpr UInt16 kClassID = 50;
   static const XRectF kEmptyRect;

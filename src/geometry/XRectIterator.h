@@ -1,6 +1,7 @@
 // Walks the cells of a rectangle one point at a time, forwards or backwards.
 #pragma once
 
+#include "core/XExport.h"
 #include "geometry/XPoint.h"
 #include "geometry/XRect.h"
 
@@ -14,7 +15,7 @@ enum XRectIteratorMode : UInt32 {
 
 // The walk does not test for an empty rectangle: callers check IsEmpty or
 // count cells themselves. It stops (repeats the corner) only at the ends.
-class XRectIterator {
+class MIRELAN_EXPORT XRectIterator {
  public:
   explicit XRectIterator(const XRectBase& inRect, XRectIteratorMode inMode = kRectIterateXFastest);
 

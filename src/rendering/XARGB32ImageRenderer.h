@@ -2,11 +2,12 @@
 // colours of their own and no table; gain, gamma and balance act per channel.
 #pragma once
 
+#include "core/XExport.h"
 #include "rendering/XImageRenderer.h"
 
 namespace mirelan {
 
-class XARGB32ImageRenderer : public XImageRenderer {
+class MIRELAN_EXPORT XARGB32ImageRenderer : public XImageRenderer {
  public:
   static constexpr UInt16 kClassID = 12007;
 
@@ -27,7 +28,7 @@ class XARGB32ImageRenderer : public XImageRenderer {
   void ReadStream2_XARGB32ImageRenderer(XStream& inStream, XOptions inOptions);
 };
 
-class XBGRA32ImageRenderer : public XImageRenderer {
+class MIRELAN_EXPORT XBGRA32ImageRenderer : public XImageRenderer {
  public:
   static constexpr UInt16 kClassID = 12008;
 

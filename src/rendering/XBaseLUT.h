@@ -4,13 +4,14 @@
 #include <memory>
 
 #include "core/XException.h"
+#include "core/XExport.h"
 #include "core/XLockable.h"
 #include "core/XMemoryHandle.h"
 #include "core/XTypes.h"
 
 namespace mirelan {
 
-class XBaseLUT : public XLockable {
+class MIRELAN_EXPORT XBaseLUT : public XLockable {
  public:
   ~XBaseLUT() override;
 

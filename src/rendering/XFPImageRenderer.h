@@ -2,13 +2,14 @@
 // points, 0 to 1 by default.
 #pragma once
 
+#include "core/XExport.h"
 #include "rendering/XGreyImageRenderer.h"
 
 namespace mirelan {
 
 class XFloatToColourLUT;
 
-class XFPImageRenderer : public XGreyImageRenderer<Float32> {
+class MIRELAN_EXPORT XFPImageRenderer : public XGreyImageRenderer<Float32> {
  public:
   static constexpr UInt16 kClassID = 12010;
 

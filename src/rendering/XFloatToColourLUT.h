@@ -2,11 +2,12 @@
 // maximum], mapped onto 256 entries.
 #pragma once
 
+#include "core/XExport.h"
 #include "rendering/XIntToColourLUT.h"
 
 namespace mirelan {
 
-class XFloatToColourLUT : public XIntToColourLUT {
+class MIRELAN_EXPORT XFloatToColourLUT : public XIntToColourLUT {
  public:
   static constexpr UInt16 kClassID = 22;
 

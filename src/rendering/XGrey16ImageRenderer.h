@@ -1,11 +1,12 @@
 // Renderer of 16-bit grey pixels.
 #pragma once
 
+#include "core/XExport.h"
 #include "rendering/XGreyImageRenderer.h"
 
 namespace mirelan {
 
-class XGrey16ImageRenderer : public XGreyImageRenderer<UInt16> {
+class MIRELAN_EXPORT XGrey16ImageRenderer : public XGreyImageRenderer<UInt16> {
  public:
   static constexpr UInt16 kClassID = 12006;
 

@@ -1,11 +1,12 @@
 // Renderer of 8-bit grey pixels.
 #pragma once
 
+#include "core/XExport.h"
 #include "rendering/XGreyImageRenderer.h"
 
 namespace mirelan {
 
-class XGrey8ImageRenderer : public XGreyImageRenderer<UInt8> {
+class MIRELAN_EXPORT XGrey8ImageRenderer : public XGreyImageRenderer<UInt8> {
  public:
   static constexpr UInt16 kClassID = 12005;
 

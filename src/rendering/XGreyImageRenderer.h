@@ -5,11 +5,12 @@
 #include <limits>
 #include <vector>
 
+#include "core/XExport.h"
 #include "rendering/XImageRenderer.h"
 
 namespace mirelan {
 
-class XBaseGreyImageRenderer : public XImageRenderer {
+class MIRELAN_EXPORT XBaseGreyImageRenderer : public XImageRenderer {
  public:
   static constexpr UInt16 kClassID = 12002;
 
@@ -70,7 +71,7 @@ class XBaseGreyImageRenderer : public XImageRenderer {
 
 // Grey renderers by pixel type: UInt8, UInt16 or Float32.
 template <class T>
-class XGreyImageRenderer : public XBaseGreyImageRenderer {
+class MIRELAN_EXPORT XGreyImageRenderer : public XBaseGreyImageRenderer {
  public:
   static constexpr UInt16 kClassID = 12003;
 

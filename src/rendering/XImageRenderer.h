@@ -4,6 +4,7 @@
 #pragma once
 
 #include "core/XException.h"
+#include "core/XExport.h"
 #include "core/XStorable.h"
 #include "volume/XColour.h"
 
@@ -41,7 +42,7 @@ enum XRendererType : UInt32 {
   kRendererRainbow = 1,
 };
 
-class XImageRenderer : public XStorable {
+class MIRELAN_EXPORT XImageRenderer : public XStorable {
  public:
   static constexpr UInt16 kClassID = 12001;
 

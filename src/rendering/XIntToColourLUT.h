@@ -3,6 +3,7 @@
 #pragma once
 
 #include "core/XContainers.h"
+#include "core/XExport.h"
 #include "core/XMutex.h"
 #include "core/XStorable.h"
 #include "rendering/XLUT.h"
@@ -30,7 +31,7 @@ enum XRGBChannel : UInt32 {
 
 inline XRGBChannel operator|(XRGBChannel a, XRGBChannel b) { return XRGBChannel(UInt32(a) | UInt32(b)); }
 
-class XIntToColourLUT : public XStorable, public XLUT<XARGB32Colour> {
+class MIRELAN_EXPORT XIntToColourLUT : public XStorable, public XLUT<XARGB32Colour> {
  public:
   static constexpr UInt16 kClassID = 23;
   // Streams from before the depth field name the table by this id.

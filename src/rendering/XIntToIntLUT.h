@@ -1,6 +1,7 @@
 // A storable table from integer values to 8-bit numbers.
 #pragma once
 
+#include "core/XExport.h"
 #include "core/XStorable.h"
 #include "rendering/XLUT.h"
 
@@ -8,7 +9,7 @@ namespace mirelan {
 
 class XStream;
 
-class XIntToIntLUT : public XLUT<UInt8>, public XStorable {
+class MIRELAN_EXPORT XIntToIntLUT : public XLUT<UInt8>, public XStorable {
  public:
   static constexpr UInt16 kClassID = 21;
 

@@ -3,13 +3,14 @@
 // XARGB32Colour (colour tables) and UInt8 (number tables).
 #pragma once
 
+#include "core/XExport.h"
 #include "rendering/XBaseLUT.h"
 #include "volume/XColour.h"
 
 namespace mirelan {
 
 template <class T>
-class XLUT : public XBaseLUT {
+class MIRELAN_EXPORT XLUT : public XBaseLUT {
  public:
   // Allocates the entries but does not set them.
   explicit XLUT(UInt32 inSize);

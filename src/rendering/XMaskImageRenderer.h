@@ -2,11 +2,12 @@
 // colour, anything below shows the black colour.
 #pragma once
 
+#include "core/XExport.h"
 #include "rendering/XGrey8ImageRenderer.h"
 
 namespace mirelan {
 
-class XMaskImageRenderer : public XGrey8ImageRenderer {
+class MIRELAN_EXPORT XMaskImageRenderer : public XGrey8ImageRenderer {
  public:
   static constexpr UInt16 kClassID = 12004;
 

@@ -1,11 +1,12 @@
 // Named palettes, each a new colour table.
 #pragma once
 
+#include "core/XExport.h"
 #include "rendering/XIntToColourLUT.h"
 
 namespace mirelan {
 
-class XNiceColours {
+class MIRELAN_EXPORT XNiceColours {
  public:
   XNiceColours() = delete;
 

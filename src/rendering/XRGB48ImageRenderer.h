@@ -1,11 +1,12 @@
 // Renderer of 16-bit-per-channel colour pixels.
 #pragma once
 
+#include "core/XExport.h"
 #include "rendering/XImageRenderer.h"
 
 namespace mirelan {
 
-class XRGB48ImageRenderer : public XImageRenderer {
+class MIRELAN_EXPORT XRGB48ImageRenderer : public XImageRenderer {
  public:
   static constexpr UInt16 kClassID = 12009;
 

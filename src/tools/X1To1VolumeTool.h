@@ -6,6 +6,7 @@
 #pragma once
 
 #include "core/XException.h"
+#include "core/XExport.h"
 #include "volume/XVolume.h"
 
 namespace mirelan {
@@ -18,7 +19,7 @@ class XBGRA32Volume;
 class XRGB48Volume;
 class XFPVolume;
 
-class X1To1VolumeTool {
+class MIRELAN_EXPORT X1To1VolumeTool {
  public:
   X1To1VolumeTool() = default;
   virtual ~X1To1VolumeTool();

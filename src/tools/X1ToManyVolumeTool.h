@@ -5,6 +5,7 @@
 
 #include "core/XContainers.h"
 #include "core/XException.h"
+#include "core/XExport.h"
 #include "volume/XVolume.h"
 
 namespace mirelan {
@@ -16,7 +17,7 @@ class XARGB32Volume;
 class XRGB48Volume;
 class XFPVolume;
 
-class X1ToManyVolumeTool {
+class MIRELAN_EXPORT X1ToManyVolumeTool {
  public:
   X1ToManyVolumeTool() = default;
   virtual ~X1ToManyVolumeTool();

@@ -2,7 +2,7 @@
 
 #include <typeinfo>
 
-#include "tools/XScanLoop.h"
+#include "tools/internal/XScanLoop.h"
 #include "volume/X3DRegion.h"
 #include "volume/XColourVolumes.h"
 #include "volume/XFPVolume.h"

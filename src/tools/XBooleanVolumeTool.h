@@ -4,6 +4,7 @@
 #pragma once
 
 #include "core/XException.h"
+#include "core/XExport.h"
 #include "volume/XVolume.h"
 
 namespace mirelan {
@@ -16,7 +17,7 @@ class XARGB32Volume;
 class XRGB48Volume;
 class XFPVolume;
 
-class XBooleanVolumeTool {
+class MIRELAN_EXPORT XBooleanVolumeTool {
  public:
   // When inSource is not ioDest, ioDest first takes the source's content.
   // And serves masks, Grey8, Grey16, ARGB32, RGB48 and FP by IsA; any other

@@ -1,7 +1,7 @@
 #include "tools/XFillVolumeTool.h"
 
-#include "tools/XFillHelper.h"
-#include "tools/XScanLoop.h"
+#include "tools/internal/XFillHelper.h"
+#include "tools/internal/XScanLoop.h"
 #include "volume/X3DRegion.h"
 #include "volume/XColourVolumes.h"
 #include "volume/XFPVolume.h"

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "core/XException.h"
+#include "core/XExport.h"
 #include "volume/XColour.h"
 #include "volume/XVolume.h"
 
@@ -13,7 +14,7 @@ class XGrey16Volume;
 class XARGB32Volume;
 class XFPVolume;
 
-class XFillVolumeTool {
+class MIRELAN_EXPORT XFillVolumeTool {
  public:
   XFillVolumeTool() = default;
   virtual ~XFillVolumeTool();

@@ -6,7 +6,7 @@
 #include <typeinfo>
 
 #include "core/XProgress.h"
-#include "tools/XRawVoxel.h"
+#include "tools/internal/XRawVoxel.h"
 #include "volume/XPackedVolume.h"
 
 namespace mirelan {

@@ -4,13 +4,14 @@
 // work is a copy of GetVoxelBytes() bytes per voxel, whatever the type.
 #pragma once
 
+#include "core/XExport.h"
 #include "tools/X1To1VolumeTool.h"
 
 namespace mirelan {
 
 class XBasePackedVolume;
 
-class XFlipHVolumeTool : public X1To1VolumeTool {
+class MIRELAN_EXPORT XFlipHVolumeTool : public X1To1VolumeTool {
  public:
   XFlipHVolumeTool() = default;
   ~XFlipHVolumeTool() override;
@@ -23,7 +24,7 @@ class XFlipHVolumeTool : public X1To1VolumeTool {
   virtual void Flip(const XBasePackedVolume& inSource, XBasePackedVolume& ioDest);
 };
 
-class XFlipVVolumeTool : public XFlipHVolumeTool {
+class MIRELAN_EXPORT XFlipVVolumeTool : public XFlipHVolumeTool {
  public:
   XFlipVVolumeTool() = default;
   ~XFlipVVolumeTool() override;

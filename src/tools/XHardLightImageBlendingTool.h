@@ -6,6 +6,7 @@
 // Grey16, FP, ARGB32 (alpha kept) and RGB48.
 #pragma once
 
+#include "core/XExport.h"
 #include "tools/X1To1VolumeTool.h"
 #include "tools/XClampTruncate.h"
 #include "volume/XPixelTraits.h"
@@ -13,7 +14,7 @@
 
 namespace mirelan {
 
-class XHardLightImageBlendingTool : public X1To1VolumeTool {
+class MIRELAN_EXPORT XHardLightImageBlendingTool : public X1To1VolumeTool {
  public:
   // The tool keeps a reference to the weights: they must outlive it.
   XHardLightImageBlendingTool(XFPVolume& inWeights, Float64 inThreshold)
@@ -46,7 +47,7 @@ inline T XHardLightBlend(T inValue, Float32 inWeight, Float64 inThreshold) {
 
 // The pair-walk helper: the voxel, then the weight at its coordinates.
 template <class T>
-class XHardLightHelper : public XScanHelperBase {
+class MIRELAN_EXPORT XHardLightHelper : public XScanHelperBase {
  public:
   explicit XHardLightHelper(Float64 inThreshold) : itsThreshold(inThreshold) {}
   template <class V>

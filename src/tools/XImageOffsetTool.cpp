@@ -1,6 +1,6 @@
 #include "tools/XImageOffsetTool.h"
 
-#include "tools/XScanLoop.h"
+#include "tools/internal/XScanLoop.h"
 #include "volume/XColourVolumes.h"
 #include "volume/XFPVolume.h"
 #include "volume/XGrey16Volume.h"

@@ -3,6 +3,7 @@
 // ARGB32 and RGB48; colours do red, green and blue and keep alpha.
 #pragma once
 
+#include "core/XExport.h"
 #include "tools/X1To1VolumeTool.h"
 #include "tools/XClampTruncate.h"
 #include "volume/XColour.h"
@@ -12,7 +13,7 @@ namespace mirelan {
 
 // Scan helpers: one for the number types, one for the colours.
 template <class T>
-class XImageOffsetHelper : public XScanHelperBase {
+class MIRELAN_EXPORT XImageOffsetHelper : public XScanHelperBase {
  public:
   explicit XImageOffsetHelper(Float32 inOffset) : itsOffset(inOffset) {}
   template <class V>
@@ -25,7 +26,7 @@ class XImageOffsetHelper : public XScanHelperBase {
 };
 
 template <class C>
-class XImageOffsetColourHelper : public XScanHelperBase {
+class MIRELAN_EXPORT XImageOffsetColourHelper : public XScanHelperBase {
  public:
   using Channel = decltype(C().red);
   explicit XImageOffsetColourHelper(Float32 inOffset) : itsOffset(inOffset) {}
@@ -40,7 +41,7 @@ class XImageOffsetColourHelper : public XScanHelperBase {
   Float32 itsOffset;
 };
 
-class XImageOffsetTool : public X1To1VolumeTool {
+class MIRELAN_EXPORT XImageOffsetTool : public X1To1VolumeTool {
  public:
   explicit XImageOffsetTool(Float32 inOffset) : itsOffset(inOffset) {}
   ~XImageOffsetTool() override;

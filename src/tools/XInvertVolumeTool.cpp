@@ -2,7 +2,7 @@
 
 #include <limits>
 
-#include "tools/XScanLoop.h"
+#include "tools/internal/XScanLoop.h"
 #include "volume/XColourVolumes.h"
 #include "volume/XFPVolume.h"
 #include "volume/XGrey16Volume.h"

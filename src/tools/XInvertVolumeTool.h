@@ -2,6 +2,7 @@
 // and for floats the reversed map of [min, max] onto [0, 1].
 #pragma once
 
+#include "core/XExport.h"
 #include "tools/X1To1VolumeTool.h"
 #include "volume/XColour.h"
 #include "tools/XScanHelperBase.h"
@@ -12,7 +13,7 @@ namespace mirelan {
 // integer and reduced to the voxel's width: (max - v) in 8 or 16 bits is the
 // same whichever way round the reduction is done.
 template <class T>
-class XInvertHelperGrey : public XScanHelperBase {
+class MIRELAN_EXPORT XInvertHelperGrey : public XScanHelperBase {
  public:
   explicit XInvertHelperGrey(T inMaximum) : itsMaximum(inMaximum) {}
   template <class V>
@@ -28,7 +29,7 @@ using XInvertHelperGrey16 = XInvertHelperGrey<UInt16>;
 
 // Red, green and blue; alpha, where the colour has it, stays.
 template <class C>
-class XInvertHelperColour : public XScanHelperBase {
+class MIRELAN_EXPORT XInvertHelperColour : public XScanHelperBase {
  public:
   using Channel = decltype(C().red);
   explicit XInvertHelperColour(Channel inMaximum) : itsMaximum(inMaximum) {}
@@ -47,7 +48,7 @@ using XInvertHelperRGB48 = XInvertHelperColour<XRGB48Colour>;
 
 // v = 1 - (v / a - b), with a the maximum and b = min / a: min goes to 1 and
 // max to 0. Not max - v, on purpose: float data has no natural ceiling.
-class XInvertHelperFP : public XScanHelperBase {
+class MIRELAN_EXPORT XInvertHelperFP : public XScanHelperBase {
  public:
   XInvertHelperFP(Float64 inMaximum, Float64 inMinimum)
       : itsMaximum(inMaximum), itsOffset(inMinimum / inMaximum) {}
@@ -61,7 +62,7 @@ class XInvertHelperFP : public XScanHelperBase {
   Float64 itsOffset;
 };
 
-class XInvertVolumeTool : public X1To1VolumeTool {
+class MIRELAN_EXPORT XInvertVolumeTool : public X1To1VolumeTool {
  public:
   // The maximum starts as NaN and the first apply fills it in: 255 for Grey8
   // and ARGB32, 65535 for Grey16 and RGB48, the source's FindMax for FP. It

@@ -1,6 +1,6 @@
 #include "tools/XKCMYToARGBTool.h"
 
-#include "tools/XScanLoop.h"
+#include "tools/internal/XScanLoop.h"
 #include "volume/XColourVolumes.h"
 
 namespace mirelan {

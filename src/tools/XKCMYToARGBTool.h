@@ -7,13 +7,14 @@
 // result as it stands. ARGB32 only.
 #pragma once
 
+#include "core/XExport.h"
 #include "tools/X1To1VolumeTool.h"
 #include "volume/XColour.h"
 #include "tools/XScanHelperBase.h"
 
 namespace mirelan {
 
-class XCMYKHelper : public XScanHelperBase {
+class MIRELAN_EXPORT XCMYKHelper : public XScanHelperBase {
  public:
   template <class V>
   void ScanPixel(XARGB32Colour* ioVoxel, V&, SInt32, SInt32, SInt32) {
@@ -24,7 +25,7 @@ class XCMYKHelper : public XScanHelperBase {
   }
 };
 
-class XKCMYToARGBTool : public X1To1VolumeTool {
+class MIRELAN_EXPORT XKCMYToARGBTool : public X1To1VolumeTool {
  public:
   XKCMYToARGBTool() = default;
   ~XKCMYToARGBTool() override;

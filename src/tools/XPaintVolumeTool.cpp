@@ -2,8 +2,8 @@
 
 #include <typeinfo>
 
-#include "tools/XFillHelper.h"
-#include "tools/XScanLoop.h"
+#include "tools/internal/XFillHelper.h"
+#include "tools/internal/XScanLoop.h"
 #include "volume/X3DRegion.h"
 #include "volume/XFPVolume.h"
 #include "volume/XGrey16Volume.h"

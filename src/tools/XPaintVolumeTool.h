@@ -2,6 +2,7 @@
 // to the volume's voxel by the conversion copy's rules.
 #pragma once
 
+#include "core/XExport.h"
 #include "volume/XColour.h"
 #include "volume/XVolume.h"
 
@@ -9,7 +10,7 @@ namespace mirelan {
 
 class X3DRegion;
 
-class XPaintVolumeTool {
+class MIRELAN_EXPORT XPaintVolumeTool {
  public:
   // Under a read-write lock, by the volume's exact class. Where the region
   // has a mask, voxels with a non-zero mask byte are painted.

@@ -2,13 +2,14 @@
 // blue, green, red (the layout of 24-bit device-independent bitmaps).
 #pragma once
 
+#include "core/XExport.h"
 #include "core/XTypes.h"
 
 namespace mirelan {
 
 class XARGB32Volume;
 
-class XRGB24ToARGB32Tool {
+class MIRELAN_EXPORT XRGB24ToARGB32Tool {
  public:
   XRGB24ToARGB32Tool() = default;
   virtual ~XRGB24ToARGB32Tool();

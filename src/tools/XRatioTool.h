@@ -6,6 +6,7 @@
 // Grey8 (and masks), Grey16 and FP; grey voxels are taken as floats first.
 #pragma once
 
+#include "core/XExport.h"
 #include "core/XTypes.h"
 
 namespace mirelan {
@@ -17,7 +18,7 @@ enum : SInt32 {
   kErrRatioClassMismatch = 2509,  // XRatioTool: the two volumes are of different classes
 };
 
-class XRatioTool {
+class MIRELAN_EXPORT XRatioTool {
  public:
   XRatioTool() = default;
   virtual ~XRatioTool();

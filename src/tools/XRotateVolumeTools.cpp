@@ -4,7 +4,7 @@
 #include <memory>
 
 #include "core/XProgress.h"
-#include "tools/XRawVoxel.h"
+#include "tools/internal/XRawVoxel.h"
 #include "volume/XColourVolumes.h"
 #include "volume/XFPVolume.h"
 #include "volume/XGrey16Volume.h"

@@ -6,6 +6,7 @@
 // a second volume and so work in place only on square planes, through a copy.
 #pragma once
 
+#include "core/XExport.h"
 #include "tools/X1To1VolumeTool.h"
 
 namespace mirelan {
@@ -14,7 +15,7 @@ template <class T>
 class XPackedVolume;
 
 // Shared slots: each pixel type reaches the one template of the derived tool.
-class XRotateVolumeTool : public X1To1VolumeTool {
+class MIRELAN_EXPORT XRotateVolumeTool : public X1To1VolumeTool {
  public:
   ~XRotateVolumeTool() override;
 
@@ -40,7 +41,7 @@ class XRotateVolumeTool : public X1To1VolumeTool {
 };
 
 // dest(height - 1 - y, x) = src(x, y) in each plane, coordinates from the box corners.
-class XRotate90CWVolumeTool : public XRotateVolumeTool {
+class MIRELAN_EXPORT XRotate90CWVolumeTool : public XRotateVolumeTool {
  public:
   XRotate90CWVolumeTool() : XRotateVolumeTool(kTurnCW) {}
   ~XRotate90CWVolumeTool() override;
@@ -51,7 +52,7 @@ class XRotate90CWVolumeTool : public XRotateVolumeTool {
 };
 
 // dest(y, width - 1 - x) = src(x, y).
-class XRotate90CCWVolumeTool : public XRotateVolumeTool {
+class MIRELAN_EXPORT XRotate90CCWVolumeTool : public XRotateVolumeTool {
  public:
   XRotate90CCWVolumeTool() : XRotateVolumeTool(kTurnCCW) {}
   ~XRotate90CCWVolumeTool() override;
@@ -63,7 +64,7 @@ class XRotate90CCWVolumeTool : public XRotateVolumeTool {
 
 // dest(width - 1 - x, height - 1 - y) = src(x, y); the bounds stay. In place
 // it exchanges voxel pairs, so it needs no copy.
-class XRotate180VolumeTool : public XRotateVolumeTool {
+class MIRELAN_EXPORT XRotate180VolumeTool : public XRotateVolumeTool {
  public:
   XRotate180VolumeTool() : XRotateVolumeTool(kTurn180) {}
   ~XRotate180VolumeTool() override;

@@ -4,13 +4,14 @@
 // other class throws 2500.
 #pragma once
 
+#include "core/XExport.h"
 #include "core/XTypes.h"
 
 namespace mirelan {
 
 class XVolume;
 
-class XVolumeArithmeticTool {
+class MIRELAN_EXPORT XVolumeArithmeticTool {
  public:
   // a op b, per type:
   //   0 a + b, capped at the type's maximum (FP: plain)

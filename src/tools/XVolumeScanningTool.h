@@ -5,6 +5,7 @@
 #pragma once
 
 #include "core/XException.h"
+#include "core/XExport.h"
 #include "volume/XVolume.h"
 
 namespace mirelan {
@@ -18,7 +19,7 @@ class XBGRA32Volume;
 class XRGB48Volume;
 class XFPVolume;
 
-class XVolumeScanningTool {
+class MIRELAN_EXPORT XVolumeScanningTool {
  public:
   XVolumeScanningTool() = default;
   virtual ~XVolumeScanningTool();

@@ -3,9 +3,11 @@
 // code and stored tool choices go on naming it.
 #pragma once
 
+#include "core/XExport.h"
+
 namespace mirelan {
 
-class XVolumeSelectionTool {
+class MIRELAN_EXPORT XVolumeSelectionTool {
  public:
   XVolumeSelectionTool() = default;
   XVolumeSelectionTool(const XVolumeSelectionTool&) = default;

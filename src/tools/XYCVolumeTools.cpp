@@ -3,7 +3,7 @@
 #include <cmath>
 #include <limits>
 
-#include "tools/XScanLoop.h"
+#include "tools/internal/XScanLoop.h"
 #include "volume/XColourVolumes.h"
 
 namespace mirelan {

@@ -11,6 +11,7 @@
 
 #include <type_traits>
 
+#include "core/XExport.h"
 #include "tools/X1To1VolumeTool.h"
 #include "volume/XColour.h"
 #include "tools/XScanHelperBase.h"
@@ -18,7 +19,7 @@
 namespace mirelan {
 
 // The weights of one output channel, and the scan helper that applies three.
-struct XColourMatrix {
+struct MIRELAN_EXPORT XColourMatrix {
   SInt32 itsWeights[3][3];  // [output channel][input red, green, blue]
   UInt32 itsScale;          // fixed-point one: 256 or 32768
   UInt32 itsShift;          // log2 of the scale
@@ -26,7 +27,7 @@ struct XColourMatrix {
 };
 
 template <class C>
-class XColourMatrixHelper : public XScanHelperBase {
+class MIRELAN_EXPORT XColourMatrixHelper : public XScanHelperBase {
  public:
   using Channel = decltype(C().red);
   XColourMatrixHelper(const XColourMatrix& inMatrix, SInt32 inMaximum) : itsMatrix(inMatrix) {
@@ -59,7 +60,7 @@ class XColourMatrixHelper : public XScanHelperBase {
 };
 
 // The shared frame of the two tools: the maximum M and the two slots.
-class XColourMatrixVolumeTool : public X1To1VolumeTool {
+class MIRELAN_EXPORT XColourMatrixVolumeTool : public X1To1VolumeTool {
  public:
   ~XColourMatrixVolumeTool() override;
 
@@ -85,14 +86,14 @@ class XColourMatrixVolumeTool : public X1To1VolumeTool {
 // b' = -153r - 300g + 197b + 256M, each clamped to [0, 256M] and / 256.
 // RGB48: 13172, -38469, -7471; -19595, -5701, -7471; -19595, -38469, 25296,
 // plus 32768M, clamped to [0, 32768M] and >> 15.
-class XYBarCVolumeTool : public XColourMatrixVolumeTool {
+class MIRELAN_EXPORT XYBarCVolumeTool : public XColourMatrixVolumeTool {
  public:
   XYBarCVolumeTool();
   ~XYBarCVolumeTool() override;
 };
 
 // The negated weights without the M term: r' = -102r + 300g + 58b, and so on.
-class XYCBarVolumeTool : public XColourMatrixVolumeTool {
+class MIRELAN_EXPORT XYCBarVolumeTool : public XColourMatrixVolumeTool {
  public:
   XYCBarVolumeTool();
   ~XYCBarVolumeTool() override;

@@ -9,6 +9,7 @@
 
 #include <memory>
 
+#include "core/XExport.h"
 #include "core/XLockable.h"
 #include "core/XStorable.h"
 #include "geometry/X3DRect.h"
@@ -19,7 +20,7 @@ namespace mirelan {
 class XStream;
 class XMaskVolume;
 
-class X3DRegion : public XStorable, public XLockable {
+class MIRELAN_EXPORT X3DRegion : public XStorable, public XLockable {
  public:
   static constexpr UInt16 kClassID = 109;
 

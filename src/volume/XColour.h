@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "core/XExport.h"
 #include "core/XTypes.h"
 
 namespace mirelan {
@@ -13,14 +14,14 @@ class XARGB32Colour;
 
 // Byte order of the two 32-bit colour words in memory. The field names are
 // the same in both so that the shared operations below serve either order.
-struct XARGB32Layout {
+struct MIRELAN_EXPORT XARGB32Layout {
   UInt8 alpha = 0;
   UInt8 red = 0;
   UInt8 green = 0;
   UInt8 blue = 0;
 };
 
-struct XBGRA32Layout {
+struct MIRELAN_EXPORT XBGRA32Layout {
   UInt8 blue = 0;
   UInt8 green = 0;
   UInt8 red = 0;
@@ -31,7 +32,7 @@ struct XBGRA32Layout {
 // saturates (unlike volume arithmetic, which wraps); alpha is left alone
 // unless an operation says otherwise.
 template <class Layout, class Derived>
-class XRGB32ColourOps : public Layout {
+class MIRELAN_EXPORT XRGB32ColourOps : public Layout {
  public:
   using Layout::alpha;
   using Layout::blue;
@@ -195,7 +196,7 @@ class XRGB32ColourOps : public Layout {
 
 class XBGRA32Colour;
 
-class XARGB32Colour : public XRGB32ColourOps<XARGB32Layout, XARGB32Colour> {
+class MIRELAN_EXPORT XARGB32Colour : public XRGB32ColourOps<XARGB32Layout, XARGB32Colour> {
  public:
   XARGB32Colour() = default;  // all zero: transparent black
   explicit XARGB32Colour(UInt8 inGrey) { Set(255, inGrey, inGrey, inGrey); }
@@ -230,7 +231,7 @@ class XARGB32Colour : public XRGB32ColourOps<XARGB32Layout, XARGB32Colour> {
   }
 };
 
-class XBGRA32Colour : public XRGB32ColourOps<XBGRA32Layout, XBGRA32Colour> {
+class MIRELAN_EXPORT XBGRA32Colour : public XRGB32ColourOps<XBGRA32Layout, XBGRA32Colour> {
  public:
   XBGRA32Colour() = default;  // all zero: transparent black
   explicit XBGRA32Colour(UInt8 inGrey) { Set(255, inGrey, inGrey, inGrey); }
@@ -267,7 +268,7 @@ inline XARGB32Colour::XARGB32Colour(const XBGRA32Colour& inOther) {
 // Three 16-bit channels and no alpha, packed into 6 bytes as the voxels of an
 // XRGB48Volume lie in memory.
 #pragma pack(push, 1)
-class XRGB48Colour {
+class MIRELAN_EXPORT XRGB48Colour {
  public:
   UInt16 red;
   UInt16 green;
@@ -368,7 +369,7 @@ class XRGB48Colour {
 #pragma pack(pop)
 
 // Red, green, blue as floats, for colour arithmetic that must not saturate.
-class XRGBFloat32Colour {
+class MIRELAN_EXPORT XRGBFloat32Colour {
  public:
   Float32 red;
   Float32 green;
@@ -443,7 +444,7 @@ UInt8 XRGB32ColourOps<Layout, Derived>::GetSaturation() const {
 }
 
 // The visible colour of a wavelength in nanometres as 8-bit red, green, blue (XColour.cpp).
-void XWavelengthToRGB(Float64 inNanometres, UInt8& outRed, UInt8& outGreen, UInt8& outBlue);
+MIRELAN_EXPORT void XWavelengthToRGB(Float64 inNanometres, UInt8& outRed, UInt8& outGreen, UInt8& outBlue);
 
 template <class Layout, class Derived>
 void XRGB32ColourOps<Layout, Derived>::SetWavelength(Float64 inNanometres) {

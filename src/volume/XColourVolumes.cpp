@@ -1,8 +1,8 @@
 #include "volume/XColourVolumes.h"
 
 #include "core/XStream.h"
-#include "volume/XRegionRuns.h"
-#include "volume/XVolumeInterpolation.h"
+#include "volume/internal/XRegionRuns.h"
+#include "volume/internal/XVolumeInterpolation.h"
 
 namespace mirelan {
 

@@ -1,11 +1,12 @@
 // Colour volumes: 8-bit ARGB and BGRA words and 16-bit RGB triples.
 #pragma once
 
+#include "core/XExport.h"
 #include "volume/XPackedVolume.h"
 
 namespace mirelan {
 
-class XARGB32Volume : public XPackedVolume<XARGB32Colour> {
+class MIRELAN_EXPORT XARGB32Volume : public XPackedVolume<XARGB32Colour> {
  public:
   static constexpr UInt16 kClassID = 108;
   // The lossy colour form, read as this class.
@@ -58,7 +59,7 @@ class XARGB32Volume : public XPackedVolume<XARGB32Colour> {
 };
 
 // The same words in the other byte order; it adds no stream layer of its own.
-class XBGRA32Volume : public XPackedVolume<XBGRA32Colour> {
+class MIRELAN_EXPORT XBGRA32Volume : public XPackedVolume<XBGRA32Colour> {
  public:
   static constexpr UInt16 kClassID = 113;
 
@@ -83,7 +84,7 @@ class XBGRA32Volume : public XPackedVolume<XBGRA32Colour> {
   MIRELAN_DECLARE_COPY_OUT_CELLS
 };
 
-class XRGB48Volume : public XPackedVolume<XRGB48Colour> {
+class MIRELAN_EXPORT XRGB48Volume : public XPackedVolume<XRGB48Colour> {
  public:
   static constexpr UInt16 kClassID = 112;
   static constexpr UInt16 kLegacyClassID = 6;

@@ -1,11 +1,12 @@
 // 32-bit float volumes; the base of the Fourier volumes.
 #pragma once
 
+#include "core/XExport.h"
 #include "volume/XNumberVolume.h"
 
 namespace mirelan {
 
-class XFPVolume : public XNumberVolume<Float32> {
+class MIRELAN_EXPORT XFPVolume : public XNumberVolume<Float32> {
  public:
   static constexpr UInt16 kClassID = 107;
   static constexpr UInt16 kLegacyClassID = 2;

@@ -1,11 +1,12 @@
 // 16-bit grey volumes.
 #pragma once
 
+#include "core/XExport.h"
 #include "volume/XNumberVolume.h"
 
 namespace mirelan {
 
-class XGrey16Volume : public XIntegerVolume<UInt16> {
+class MIRELAN_EXPORT XGrey16Volume : public XIntegerVolume<UInt16> {
  public:
   static constexpr UInt16 kClassID = 106;
 

@@ -3,11 +3,12 @@
 // the registry, only by its own stream constructor. It has no plane renderer.
 #pragma once
 
+#include "core/XExport.h"
 #include "volume/XNumberVolume.h"
 
 namespace mirelan {
 
-class XGrey32Volume : public XIntegerVolume<UInt32> {
+class MIRELAN_EXPORT XGrey32Volume : public XIntegerVolume<UInt32> {
  public:
   static constexpr UInt16 kClassID = 111;
 

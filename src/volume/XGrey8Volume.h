@@ -1,11 +1,12 @@
 // 8-bit grey volumes.
 #pragma once
 
+#include "core/XExport.h"
 #include "volume/XNumberVolume.h"
 
 namespace mirelan {
 
-class XGrey8Volume : public XIntegerVolume<UInt8> {
+class MIRELAN_EXPORT XGrey8Volume : public XIntegerVolume<UInt8> {
  public:
   static constexpr UInt16 kClassID = 105;
   // The lossy grey form, read as this class.

@@ -1,7 +1,7 @@
 #include "volume/XMaskVolume.h"
 
 #include "core/XStream.h"
-#include "volume/XBlockLoop.h"
+#include "volume/internal/XBlockLoop.h"
 
 namespace mirelan {
 

@@ -2,11 +2,12 @@
 // take any byte above 127 as set.
 #pragma once
 
+#include "core/XExport.h"
 #include "volume/XGrey8Volume.h"
 
 namespace mirelan {
 
-class XMaskVolume : public XGrey8Volume {
+class MIRELAN_EXPORT XMaskVolume : public XGrey8Volume {
  public:
   static constexpr UInt16 kClassID = 115;
   static constexpr UInt16 kLegacyClassID = 5;

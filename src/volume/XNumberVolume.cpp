@@ -4,8 +4,8 @@
 #include <vector>
 
 #include "core/XStream.h"
-#include "volume/XBlockLoop.h"
-#include "volume/XVolumeInterpolation.h"
+#include "volume/internal/XBlockLoop.h"
+#include "volume/internal/XVolumeInterpolation.h"
 
 namespace mirelan {
 

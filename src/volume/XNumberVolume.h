@@ -4,12 +4,13 @@
 
 #include <memory>
 
+#include "core/XExport.h"
 #include "volume/XPackedVolume.h"
 
 namespace mirelan {
 
 template <class T>
-class XNumberVolume : public XPackedVolume<T> {
+class MIRELAN_EXPORT XNumberVolume : public XPackedVolume<T> {
  public:
   using Base = XPackedVolume<T>;
   using Traits = XPixelTraits<T>;
@@ -76,7 +77,7 @@ class XNumberVolume : public XPackedVolume<T> {
 };
 
 template <class T>
-class XIntegerVolume : public XNumberVolume<T> {
+class MIRELAN_EXPORT XIntegerVolume : public XNumberVolume<T> {
  public:
   using Base = XNumberVolume<T>;
   using typename Base::XOptions;

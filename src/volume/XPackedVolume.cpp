@@ -8,10 +8,10 @@
 #include "volume/XFPVolume.h"
 #include "volume/XGrey16Volume.h"
 #include "volume/XGrey32Volume.h"
-#include "volume/XLossyVolumeCodec.h"
+#include "volume/internal/XLossyVolumeCodec.h"
 #include "volume/XMaskVolume.h"
-#include "volume/XRegionRuns.h"
-#include "volume/XVolumeConversion.h"
+#include "volume/internal/XRegionRuns.h"
+#include "volume/internal/XVolumeConversion.h"
 
 namespace mirelan {
 

@@ -9,6 +9,7 @@
 
 #include <cstddef>
 
+#include "core/XExport.h"
 #include "core/XMemoryHandle.h"
 #include "volume/XPixelTraits.h"
 #include "volume/XVolume.h"
@@ -20,7 +21,7 @@ class XGrey16Volume;
 class XFPVolume;
 class XRGB48Volume;
 
-class XBasePackedVolume : public XVolume {
+class MIRELAN_EXPORT XBasePackedVolume : public XVolume {
  public:
   static constexpr UInt16 kClassID = 114;
   // How the data of a packed layer is kept on a stream. 0: a memory handle
@@ -106,7 +107,7 @@ class XBasePackedVolume : public XVolume {
                  const X3DRegion* inRegion) const override;
 
 template <class T>
-class XPackedVolume : public XBasePackedVolume {
+class MIRELAN_EXPORT XPackedVolume : public XBasePackedVolume {
  public:
   using Voxel = T;
   using Traits = XPixelTraits<T>;

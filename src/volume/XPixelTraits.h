@@ -7,6 +7,7 @@
 #include <type_traits>
 
 #include "core/XByteOrder.h"
+#include "core/XExport.h"
 #include "core/XTypes.h"
 #include "volume/XColour.h"
 
@@ -17,7 +18,7 @@ struct XPixelTraits;
 
 // Grey levels: one number per voxel.
 template <class T, class PromoteT, class SumT, XByteSwapMode kSwap>
-struct XScalarPixelTraits {
+struct MIRELAN_EXPORT XScalarPixelTraits {
   using Value = T;
   using Channel = T;
   // Arithmetic type of voxel operations: unsigned for integers, so that a
@@ -50,7 +51,7 @@ struct XPixelTraits<Float32> : XScalarPixelTraits<Float32, Float32, Float64, kBy
 // Colours: red, green and blue channels of one integer type, alpha where the
 // word has one. Every colour type names its channels red, green, blue.
 template <class T, class ChannelT, bool kAlpha, XByteSwapMode kSwap>
-struct XColourPixelTraits {
+struct MIRELAN_EXPORT XColourPixelTraits {
   using Value = T;
   using Channel = ChannelT;
   static constexpr bool kIsColour = true;

@@ -3,13 +3,15 @@
 #include <algorithm>
 #include <cmath>
 
+#include <zlib.h>
+
 #include "core/XException.h"
 #include "core/XResourceTracker.h"
 #include "core/XStream.h"
 #include "geometry/XRect.h"
 #include "volume/XColourVolumes.h"
 #include "volume/XGrey8Volume.h"
-#include "volume/XRegionRuns.h"
+#include "volume/internal/XRegionRuns.h"
 #include "volume/XVolumeScaler.h"
 
 namespace mirelan {
@@ -244,6 +246,18 @@ void XVolume::CopyScalingFrom(const XVolume& inSource) {
 }
 
 void XVolume::OffsetBounds(SInt32 inDX, SInt32 inDY, SInt32 inDZ) { itsBounds.Offset(inDX, inDY, inDZ); }
+
+// zlib's crc32 is this CRC and continues from a finished checksum; its
+// length is 32-bit, so large volumes go in slices.
+void XVolumeCRC::process_bytes(const void* inData, size_t inBytes) {
+  const auto* bytes = static_cast<const Bytef*>(inData);
+  while (inBytes > 0) {
+    uInt slice = static_cast<uInt>(std::min<size_t>(inBytes, 1u << 30));
+    itsChecksum = static_cast<UInt32>(crc32(itsChecksum, bytes, slice));
+    bytes += slice;
+    inBytes -= slice;
+  }
+}
 
 UInt32 XVolume::CalculateCRC() const {
   XVolumeCRC crc;

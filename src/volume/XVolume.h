@@ -2,10 +2,10 @@
 // space, a calibration, a display renderer and lockable storage.
 #pragma once
 
-#include <boost/crc.hpp>
 #include <memory>
 
 #include "core/XContainers.h"
+#include "core/XExport.h"
 #include "core/XLockable.h"
 #include "core/XStorable.h"
 #include "geometry/X3DRect.h"
@@ -25,10 +25,18 @@ enum XPlaneMode : SInt32 { kXYPlane = 0, kXZPlane = 1, kYZPlane = 2 };
 // How Resize fits the old content into the new box.
 enum XScaleType : SInt32 { kScaleStretch = 0, kScaleCentre = 1, kScaleCrop = 2 };
 
-// The reflected CRC-32 (polynomial 0x04C11DB7, initial and final value 0xFFFFFFFF).
-using XVolumeCRC = boost::crc_optimal<32, 0x04C11DB7, 0xFFFFFFFF, 0xFFFFFFFF, true, true>;
+// The reflected CRC-32 (polynomial 0x04C11DB7, initial and final value
+// 0xFFFFFFFF) of volume checksums, accumulated over any number of calls.
+class MIRELAN_EXPORT XVolumeCRC {
+ public:
+  void process_bytes(const void* inData, size_t inBytes);
+  UInt32 checksum() const { return itsChecksum; }
 
-class XVolume : public XStorable, public XLockable {
+ private:
+  UInt32 itsChecksum = 0;  // the finished checksum of what went in so far
+};
+
+class MIRELAN_EXPORT XVolume : public XStorable, public XLockable {
  public:
   static constexpr UInt16 kClassID = 520;
   static constexpr UInt16 kLegacyClassID = 101;  // an alias of 520 on older streams

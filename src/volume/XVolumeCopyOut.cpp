@@ -5,7 +5,7 @@
 #include "volume/XGrey16Volume.h"
 #include "volume/XGrey32Volume.h"
 #include "volume/XMaskVolume.h"
-#include "volume/XVolumeConversion.h"
+#include "volume/internal/XVolumeConversion.h"
 
 namespace mirelan {
 

@@ -4,6 +4,7 @@
 // volume becomes isotropic on the way down.
 #pragma once
 
+#include "core/XExport.h"
 #include "geometry/X3DRect.h"
 #include "geometry/XPoint.h"
 
@@ -11,7 +12,7 @@ namespace mirelan {
 
 class XVolume;
 
-class XVolumeLevelScalingHelper {
+class MIRELAN_EXPORT XVolumeLevelScalingHelper {
  public:
   // The scale is taken as absolute values divided by the smallest of them.
   XVolumeLevelScalingHelper(const X3DRect& inBounds, const X3DPointF& inScale);

@@ -2,6 +2,7 @@
 // the volume classes depend on the renderer classes through these calls only.
 #pragma once
 
+#include "core/XExport.h"
 #include "core/XTypes.h"
 
 namespace mirelan {
@@ -18,20 +19,20 @@ class XVolume;
 enum class XRendererKind { kNone, kGrey8, kMask, kGrey16, kFP, kARGB32, kBGRA32, kRGB48 };
 
 // A new renderer of the kind with its default settings; null for kNone.
-XImageRenderer* XMakePlaneRenderer(XRendererKind inKind);
-XImageRenderer* XClonePlaneRenderer(const XImageRenderer& inRenderer);
-void XDeletePlaneRenderer(XImageRenderer* inRenderer);
+MIRELAN_EXPORT XImageRenderer* XMakePlaneRenderer(XRendererKind inKind);
+MIRELAN_EXPORT XImageRenderer* XClonePlaneRenderer(const XImageRenderer& inRenderer);
+MIRELAN_EXPORT void XDeletePlaneRenderer(XImageRenderer* inRenderer);
 // Exact class test: a derived renderer class does not count.
-bool XIsPlaneRendererOfKind(const XImageRenderer& inRenderer, XRendererKind inKind);
+MIRELAN_EXPORT bool XIsPlaneRendererOfKind(const XImageRenderer& inRenderer, XRendererKind inKind);
 // The input values the renderer maps onto its display range.
-void XGetPlaneRendererRange(const XImageRenderer& inRenderer, Float64& outLow, Float64& outHigh);
+MIRELAN_EXPORT void XGetPlaneRendererRange(const XImageRenderer& inRenderer, Float64& outLow, Float64& outHigh);
 // A renderer that shows what a stored look-up table showed; null when the
 // kind takes no table or the object is no table it knows.
-XImageRenderer* XMakePlaneRendererFromLUT(XRendererKind inKind, const XStorable& inLUT);
+MIRELAN_EXPORT XImageRenderer* XMakePlaneRendererFromLUT(XRendererKind inKind, const XStorable& inLUT);
 // Draws through the renderer into a 32-bit colour volume.
-void XRenderVolume(const XImageRenderer& inRenderer, const XVolume& inSource, XARGB32Volume& outDest,
+MIRELAN_EXPORT void XRenderVolume(const XImageRenderer& inRenderer, const XVolume& inSource, XARGB32Volume& outDest,
                    const X3DRect& inSourceRect, const X3DRect& inDestRect, const X3DRegion* inRegion);
-void XRenderVolume(const XImageRenderer& inRenderer, const XVolume& inSource, XBGRA32Volume& outDest,
+MIRELAN_EXPORT void XRenderVolume(const XImageRenderer& inRenderer, const XVolume& inSource, XBGRA32Volume& outDest,
                    const X3DRect& inSourceRect, const X3DRect& inDestRect, const X3DRegion* inRegion);
 
 }  // namespace mirelan

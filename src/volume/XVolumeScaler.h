@@ -5,12 +5,13 @@
 
 #include <vector>
 
+#include "core/XExport.h"
 #include "core/XTypes.h"
 #include "geometry/X3DRect.h"
 
 namespace mirelan {
 
-class XVolumeScaler {
+class MIRELAN_EXPORT XVolumeScaler {
  public:
   // Offsets are in units of the strides, counted from the source box's
   // origin. Destination i of an axis takes source i * sourceLength /

@@ -5,8 +5,8 @@
 
 #include "ToolTestSupport.h"
 #include "core/XProgress.h"
-#include "tools/XPixelCountHelper.h"
-#include "tools/XScanLoop.h"
+#include "tools/internal/XPixelCountHelper.h"
+#include "tools/internal/XScanLoop.h"
 
 using namespace mirelan;
 

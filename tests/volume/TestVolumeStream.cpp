@@ -3,7 +3,7 @@
 #include "rendering/XGrey16ImageRenderer.h"
 #include "rendering/XGrey8ImageRenderer.h"
 #include "rendering/XMaskImageRenderer.h"
-#include "volume/XLossyVolumeCodec.h"
+#include "volume/internal/XLossyVolumeCodec.h"
 #include "VolumeTestSupport.h"
 
 using namespace mirelan;

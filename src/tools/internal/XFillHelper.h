@@ -7,7 +7,7 @@
 #include "core/XTypes.h"
 #include "volume/XColour.h"
 #include "volume/XColourVolumes.h"
-#include "volume/XVolumeConversion.h"
+#include "volume/internal/XVolumeConversion.h"
 #include "tools/XScanHelperBase.h"
 
 namespace mirelan {

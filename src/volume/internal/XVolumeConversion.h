@@ -16,9 +16,9 @@
 #include <typeinfo>
 
 #include "core/XException.h"
-#include "volume/XBlockLoop.h"
+#include "volume/internal/XBlockLoop.h"
 #include "volume/XPackedVolume.h"
-#include "volume/XRegionRuns.h"
+#include "volume/internal/XRegionRuns.h"
 #include "volume/XVolumeScaler.h"
 
 namespace mirelan {

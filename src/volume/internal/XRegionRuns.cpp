@@ -1,4 +1,4 @@
-#include "volume/XRegionRuns.h"
+#include "volume/internal/XRegionRuns.h"
 
 #include "core/XException.h"
 #include "volume/X3DRegion.h"

@@ -1,4 +1,4 @@
-#include "volume/XLossyVolumeCodec.h"
+#include "volume/internal/XLossyVolumeCodec.h"
 
 #include <atomic>
 
