@@ -37,7 +37,8 @@ void SwapBufferBytes(void* outDest, const void* inSource, UInt64 inBytes, XByteS
   UInt64 whole = inBytes / unit;
   if (unit == 2) SwapUnits<UInt16, SwapBytes16>(dest, source, whole);
   if (unit == 4) SwapUnits<UInt32, SwapBytes32>(dest, source, whole);
-  UInt64 done = whole * unit;
+  // Mode 0 copies everything; the other modes copy a tail shorter than a unit.
+  UInt64 done = unit == 1 ? 0 : whole * unit;
   if (done < inBytes && dest != source) std::memmove(dest + done, source + done, inBytes - done);
 }
 

@@ -21,6 +21,8 @@ struct XClassEntry {
   // an alias stands for.
   std::vector<UInt16> itsParents;
   UInt16 itsAliasOf = 0;
+  // The ids that name this class on older streams.
+  std::vector<UInt16> itsAliases;
 
   bool HasStreamFactory() const { return itsStreamConstructor || itsVersionedReader; }
 };
@@ -54,8 +56,15 @@ bool IsAUnlocked(const std::map<UInt16, XClassEntry>& inEntries, UInt16 inClass,
     if (visited) continue;
     seen.push_back(id);
     auto it = inEntries.find(id);
-    if (it != inEntries.end())
-      pending.insert(pending.end(), it->second.itsParents.begin(), it->second.itsParents.end());
+    if (it == inEntries.end()) continue;
+    const XClassEntry& entry = it->second;
+    pending.insert(pending.end(), entry.itsParents.begin(), entry.itsParents.end());
+    // A class with no place of its own in the tree stands where its legacy
+    // ids stand (XVolume, 520, is under the root through 101). Classes with
+    // bases of their own do not inherit their aliases' places: a current
+    // ARGB32 volume is no legacy image although its old id 1 is one.
+    if (entry.itsParents.empty())
+      pending.insert(pending.end(), entry.itsAliases.begin(), entry.itsAliases.end());
   }
   return false;
 }
@@ -99,6 +108,11 @@ void XClassRegistry::RegisterAlias(UInt16 inAlias, UInt16 inClass) {
   if (!entry.itsVersion.GetClassID()) entry.itsVersion = XVersion(inAlias, 0);
   entry.itsAliasOf = inClass;
   AddParent(entry, inClass);
+  XClassEntry& target = table.itsEntries[inClass];
+  if (!target.itsVersion.GetClassID()) target.itsVersion = XVersion(inClass, 0);
+  bool known = false;
+  for (UInt16 a : target.itsAliases) known = known || a == inAlias;
+  if (!known) target.itsAliases.push_back(inAlias);
 }
 
 void XClassRegistry::RegisterInheritance(UInt16 inDerived, UInt16 inBase) {

@@ -22,6 +22,8 @@ std::map<SInt32, XString>& ErrorMap() {
       {kErrBadStreamHeader, "the stream does not start with a MirelanImaging header"},
       {kErrBadCompressedData, "compressed data is damaged"},
       {kErrCancelled, "cancelled"},
+      {kErrImpossibleSize, "no volume can have this size"},
+      {kErrOutOfMemory, "out of memory"},
   };
   return sMap;
 }
@@ -39,6 +41,9 @@ std::atomic<XInternalErrorHandler> sHandler{&ThrowInternalError};
 XException::XException(SInt32 inNumber, XString inDetail)
     : itsNumber(inNumber), itsDetail(std::move(inDetail)) {
   sLastError = inNumber;
+  // Made once here, so that what() writes nothing and may be called from
+  // several threads at once.
+  itsWhat = XException::GetErrorMessage();
 }
 
 XString XException::GetErrorMessage() const {
@@ -47,14 +52,7 @@ XString XException::GetErrorMessage() const {
   return text;
 }
 
-const char* XException::what() const noexcept {
-  try {
-    itsWhat = GetErrorMessage();
-  } catch (...) {
-    return "XException";
-  }
-  return itsWhat.c_str();
-}
+const char* XException::what() const noexcept { return itsWhat.c_str(); }
 
 void XException::AddErrorStringToMap(SInt32 inNumber, const XString& inText) {
   std::lock_guard<std::mutex> guard(ErrorMapMutex());

@@ -20,6 +20,7 @@ enum : SInt32 {
   kErrGeneral = 1006,          // general failure of a service
   kErrBadCompressedData = 1007,
   kErrCancelled = 1008,        // the user cancelled through the progress sink
+  kErrImpossibleSize = 1009,   // no volume can have this size (a side beyond 2^31 - 1, an inside-out box)
   kErrOutOfMemory = 1012,
   kErrNewerVersion = 1015,     // stream holds a newer version than this code reads
   kErrNotForPixelType = 2500,  // operation not available for this pixel type
@@ -42,6 +43,7 @@ class MIRELAN_EXPORT XException : public std::exception {
   virtual XString GetCrashDump() const { return XString(); }
   virtual bool IsSilentErrorCode() const { return itsNumber == kErrCancelled; }
 
+  // The number's text and the detail, as they were when the exception was made.
   const char* what() const noexcept override;
 
   // The text map: numbers without an entry print as "error N".
@@ -55,7 +57,7 @@ class MIRELAN_EXPORT XException : public std::exception {
  private:
   SInt32 itsNumber;
   XString itsDetail;
-  mutable XString itsWhat;
+  XString itsWhat;  // the message of this number and detail, made at construction
 };
 
 // A broken precondition: a programming error, never a data error. It does not

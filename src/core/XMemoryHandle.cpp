@@ -5,6 +5,7 @@
 #include <zlib.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cstdlib>
 #include <cstring>
 #include <mutex>
@@ -13,6 +14,36 @@
 #include "core/XStream.h"
 
 namespace mirelan {
+
+namespace {
+
+// Bytes held by live blocks (mapped files aside), the most held since the
+// last reset, and the largest single block allowed.
+std::atomic<UInt64> sLiveBytes{0};
+std::atomic<UInt64> sPeakBytes{0};
+
+UInt64 PhysicalMemoryBytes() {
+  long pages = ::sysconf(_SC_PHYS_PAGES), pageSize = ::sysconf(_SC_PAGESIZE);
+  return pages > 0 && pageSize > 0 ? UInt64(pages) * UInt64(pageSize) : ~UInt64(0);
+}
+
+std::atomic<UInt64>& AllocationLimit() {
+  static std::atomic<UInt64> sLimit{PhysicalMemoryBytes()};
+  return sLimit;
+}
+
+void CountAllocation(UInt64 inOldBytes, UInt64 inNewBytes) {
+  if (inNewBytes >= inOldBytes) {
+    UInt64 live = sLiveBytes.fetch_add(inNewBytes - inOldBytes) + (inNewBytes - inOldBytes);
+    UInt64 peak = sPeakBytes.load();
+    while (live > peak && !sPeakBytes.compare_exchange_weak(peak, live)) {
+    }
+  } else {
+    sLiveBytes.fetch_sub(inOldBytes - inNewBytes);
+  }
+}
+
+}  // namespace
 
 // The shared block behind handles.
 struct XMemoryBlock {
@@ -37,12 +68,15 @@ struct XMemoryBlock {
   bool IsReadOnly() const { return itsMapping != nullptr; }
 
   void Release() {
-    if (itsMapping)
+    if (itsMapping) {
       ::munmap(itsMapping, itsMappingBytes);
-    else if (itsAnonymousMap)
-      ::munmap(itsData, itsCapacity);
-    else
-      std::free(itsData);
+    } else {
+      if (itsAnonymousMap)
+        ::munmap(itsData, itsCapacity);
+      else
+        std::free(itsData);
+      if (itsData) CountAllocation(itsCapacity, 0);
+    }
     itsMapping = nullptr;
     itsData = nullptr;
     itsCapacity = 0;
@@ -52,6 +86,12 @@ struct XMemoryBlock {
   // Sets the size, keeping the content up to the smaller size.
   void Reallocate(UInt64 inSize) {
     XAssert(!IsReadOnly());
+    // A block the machine cannot hold is refused before anything is mapped:
+    // the system would grant it and fail only when the pages are touched.
+    if (inSize > AllocationLimit().load())
+      throw XException(kErrOutOfMemory, "a block of " + std::to_string(inSize) +
+                                            " bytes is more than the allocation limit of " +
+                                            std::to_string(AllocationLimit().load()));
     UInt64 capacity = (inSize + 15) & ~UInt64(15);
     if (capacity >= kLargeBlockBytes)
       capacity = (capacity + kLargeBlockBytes - 1) & ~(kLargeBlockBytes - 1);
@@ -73,6 +113,7 @@ struct XMemoryBlock {
   void ReallocateSmall(UInt64 inCapacity) {
     void* data = std::realloc(itsData, inCapacity ? inCapacity : 16);
     if (!data) throw XException(kErrOutOfMemory, std::to_string(inCapacity) + " bytes");
+    CountAllocation(itsData ? itsCapacity : 0, inCapacity);
     itsData = static_cast<UInt8*>(data);
     itsCapacity = inCapacity;
   }
@@ -83,6 +124,7 @@ struct XMemoryBlock {
     ::madvise(data, inCapacity, MADV_HUGEPAGE);
     if (itsData) std::memcpy(data, itsData, std::min(itsSize, inCapacity));
     Release();
+    CountAllocation(0, inCapacity);
     itsData = static_cast<UInt8*>(data);
     itsCapacity = inCapacity;
     itsAnonymousMap = true;
@@ -127,30 +169,36 @@ XMemoryHandle::~XMemoryHandle() {
   // A handle that dies locked gives its locks back to the block.
   if (itsOwnLocks && itsBlock) {
     std::lock_guard<std::mutex> guard(itsBlock->itsMutex);
-    itsBlock->itsLockCount -= std::min(itsBlock->itsLockCount, itsOwnLocks);
+    itsBlock->itsLockCount -= std::min(itsBlock->itsLockCount, itsOwnLocks.load());
   }
 }
 
 void XMemoryHandle::ShareBlockOf(const XMemoryHandle& inOther) {
   XAssert(itsOwnLocks == 0);
-  std::shared_ptr<XMemoryBlock> block = inOther.itsBlock;
+  XMemoryBlock& source = *inOther.itsBlock;
+  // The share is taken under the block's mutex, where a writer's lock
+  // decides whether the block is still to be copied (see LockSelf).
+  std::lock_guard<std::mutex> guard(source.itsMutex);
+  if (source.itsWriteLocks == 0) {
+    itsBlock = inOther.itsBlock;
+    return;
+  }
   // A block being written through a pointer cannot be shared safely: the
   // copy gets its own content now.
-  bool beingWritten = false;
-  {
-    std::lock_guard<std::mutex> guard(block->itsMutex);
-    beingWritten = block->itsWriteLocks > 0;
-  }
-  if (beingWritten) {
-    auto copy = std::make_shared<XMemoryBlock>(block->itsSize);
-    std::memcpy(copy->itsData, block->itsData, block->itsSize);
-    copy->itsPendingSwap = block->itsPendingSwap;
-    block = copy;
-  }
-  itsBlock = block;
+  auto copy = std::make_shared<XMemoryBlock>(source.itsSize);
+  std::memcpy(copy->itsData, source.itsData, source.itsSize);
+  copy->itsPendingSwap = source.itsPendingSwap;
+  itsBlock = copy;
 }
 
-UInt8* XMemoryHandle::GetData() const { return itsBlock->itsData; }
+UInt8* XMemoryHandle::GetData() const {
+#if MIRELAN_CHECK_LOCKS
+  // The pointer is valid only under a lock of this handle: touching voxels
+  // without one would write into blocks that other handles share.
+  XAssert(itsOwnLocks.load(std::memory_order_relaxed) > 0 || itsBlock->itsSize == 0);
+#endif
+  return itsBlock->itsData;
+}
 UInt64 XMemoryHandle::GetDataSize() const { return itsBlock->itsSize; }
 UInt64 XMemoryHandle::GetPaddedSize() const { return (itsBlock->itsSize + 15) & ~UInt64(15); }
 UInt64 XMemoryHandle::GetAddressSpaceMetric() const {
@@ -179,7 +227,18 @@ XByteSwapMode XMemoryHandle::GetSwapOnLock() const {
   return itsBlock->itsPendingSwap;
 }
 
-bool XMemoryHandle::IsDataPresent() const { return itsBlock->itsPresent; }
+bool XMemoryHandle::IsDataPresent() const {
+  std::lock_guard<std::mutex> guard(itsBlock->itsMutex);
+  return itsBlock->itsPresent;
+}
+void XMemoryHandle::SetDataAbsent(UInt64 inSize) {
+  XAssert(itsOwnLocks == 0);
+  auto absent = std::make_shared<XMemoryBlock>();
+  absent->itsSize = inSize;
+  absent->itsPresent = false;
+  itsBlock = absent;
+}
+
 bool XMemoryHandle::IsShared() const { return itsBlock.use_count() > 1; }
 UInt32 XMemoryHandle::GetLockCount() const {
   std::lock_guard<std::mutex> guard(itsBlock->itsMutex);
@@ -195,22 +254,28 @@ void XMemoryHandle::Detach(bool inKeepContent) {
       copy->itsPendingSwap = itsBlock->itsPendingSwap;
     }
     // This handle's locks move with it to the new block.
-    itsBlock->itsLockCount -= std::min(itsBlock->itsLockCount, itsOwnLocks);
+    itsBlock->itsLockCount -= std::min(itsBlock->itsLockCount, itsOwnLocks.load());
   }
   copy->itsLockCount = itsOwnLocks;
   itsBlock = copy;
 }
 
-void XMemoryHandle::LockSelf(XLockMode inMode) {
-  if (!itsBlock->itsPresent) {
-    if (!FetchData() || !itsBlock->itsPresent)
-      throw XException(kErrGeneral, "the data of a memory block could not be fetched");
-  }
+bool XMemoryHandle::NeedsOwnBlock(XLockMode inMode) const {
+  std::lock_guard<std::mutex> guard(itsBlock->itsMutex);
   bool swapPending = itsBlock->itsPendingSwap != kNoByteSwap && inMode != kLockWrite;
   // Writes, and a pending swap on mapped memory, need a block of our own.
-  if ((IsWriteLock(inMode) && IsShared()) ||
-      (itsBlock->IsReadOnly() && (IsWriteLock(inMode) || swapPending)))
-    Detach(inMode != kLockWrite);
+  return (IsWriteLock(inMode) && itsBlock.use_count() > 1) ||
+         (itsBlock->IsReadOnly() && (IsWriteLock(inMode) || swapPending));
+}
+
+void XMemoryHandle::LockSelf(XLockMode inMode) {
+  if (!IsDataPresent()) {
+    // The fetcher hands its data over through ShareBlockOf, which takes the
+    // block's mutex itself: it runs outside it.
+    if (!FetchData() || !IsDataPresent())
+      throw XException(kErrGeneral, "the data of a memory block could not be fetched");
+  }
+  if (NeedsOwnBlock(inMode)) Detach(inMode != kLockWrite);
   std::lock_guard<std::mutex> guard(itsBlock->itsMutex);
   if (itsBlock->itsPendingSwap != kNoByteSwap) {
     if (inMode != kLockWrite)
@@ -229,6 +294,12 @@ void XMemoryHandle::UnlockSelf(XLockMode inMode) {
   if (itsBlock->itsLockCount) --itsBlock->itsLockCount;
   if (IsWriteLock(inMode) && itsBlock->itsWriteLocks) --itsBlock->itsWriteLocks;
 }
+
+void XMemoryHandle::SetAllocationLimit(UInt64 inBytes) { AllocationLimit() = inBytes; }
+UInt64 XMemoryHandle::GetAllocationLimit() { return AllocationLimit().load(); }
+UInt64 XMemoryHandle::GetAllocatedBytes() { return sLiveBytes.load(); }
+UInt64 XMemoryHandle::GetPeakAllocatedBytes() { return sPeakBytes.load(); }
+void XMemoryHandle::ResetPeakAllocatedBytes() { sPeakBytes = sLiveBytes.load(); }
 
 void XMemoryHandle::Resize(UInt64 inSize) {
   if (IsShared() || itsBlock->IsReadOnly() || !itsBlock->itsPresent) {

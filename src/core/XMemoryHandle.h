@@ -2,6 +2,7 @@
 // them is locked for writing (copy-on-write); locks are counted per block.
 #pragma once
 
+#include <atomic>
 #include <memory>
 
 #include "core/XByteOrder.h"
@@ -55,6 +56,10 @@ class MIRELAN_EXPORT XMemoryHandle : public XStorable, public XLockable {
 
   // Whether the data is in memory (false after Purge or a header-only read).
   bool IsDataPresent() const;
+  // Makes the handle stand for inSize bytes that are not in memory, on a
+  // block of its own: the next lock asks the data fetcher for them and fails
+  // without one.
+  void SetDataAbsent(UInt64 inSize);
   // Whether another handle shares this one's block.
   bool IsShared() const;
   UInt32 GetLockCount() const;
@@ -88,15 +93,28 @@ class MIRELAN_EXPORT XMemoryHandle : public XStorable, public XLockable {
   void LockSelf(XLockMode inMode) override;
   void UnlockSelf(XLockMode inMode) override;
 
+  // The largest block a handle may hold; a larger size throws 1012 before
+  // anything is allocated. The default is the machine's physical memory.
+  static void SetAllocationLimit(UInt64 inBytes);
+  static UInt64 GetAllocationLimit();
+  // Bytes held by all blocks of the process (mapped files aside), and the
+  // most held at once since ResetPeakAllocatedBytes.
+  static UInt64 GetAllocatedBytes();
+  static UInt64 GetPeakAllocatedBytes();
+  static void ResetPeakAllocatedBytes();
+
  protected:
   // For handles on memory that is not ours to free (mapped files).
   explicit XMemoryHandle(std::shared_ptr<XMemoryBlock> inBlock);
 
  private:
   void Detach(bool inKeepContent);
+  bool NeedsOwnBlock(XLockMode inMode) const;
 
   std::shared_ptr<XMemoryBlock> itsBlock;
-  UInt32 itsOwnLocks = 0;
+  // Locks taken through this handle; atomic so that the lock check of
+  // GetData may read it from any thread.
+  std::atomic<UInt32> itsOwnLocks{0};
   XCompressionType itsCompression = kNotCompressed;
 };
 

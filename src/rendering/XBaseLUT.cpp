@@ -13,12 +13,14 @@ XBaseLUT::XBaseLUT(const XBaseLUT& inOther)
 XBaseLUT::~XBaseLUT() = default;
 
 void XBaseLUT::LockSelf(XLockMode inMode) {
+  std::lock_guard<std::mutex> guard(itsLockMutex);
   itsData->LockSelf(inMode);
   itsDataPointer = itsData->GetData();
   ++itsLockCount;
 }
 
 void XBaseLUT::UnlockSelf(XLockMode inMode) {
+  std::lock_guard<std::mutex> guard(itsLockMutex);
   XAssert(itsLockCount > 0);
   itsData->UnlockSelf(inMode);
   // A stale pointer must not outlive the last lock.
@@ -28,6 +30,7 @@ void XBaseLUT::UnlockSelf(XLockMode inMode) {
 UInt64 XBaseLUT::GetDataSize() const { return itsData->GetDataSize(); }
 
 void XBaseLUT::AdoptData(std::unique_ptr<XMemoryHandle> inData, UInt32 inSize) {
+  std::lock_guard<std::mutex> guard(itsLockMutex);
   XAssert(itsLockCount == 0);  // not while locked
   itsData = std::move(inData);
   itsLastEntry = inSize - 1;

@@ -1,7 +1,9 @@
 // The memory of a look-up table: one block of entries, locked as a whole.
 #pragma once
 
+#include <atomic>
 #include <memory>
+#include <mutex>
 
 #include "core/XException.h"
 #include "core/XExport.h"
@@ -40,13 +42,17 @@ class MIRELAN_EXPORT XBaseLUT : public XLockable {
   // Replaces the block and the size together (used by readers and resizing copies).
   void AdoptData(std::unique_ptr<XMemoryHandle> inData, UInt32 inSize);
   UInt8* GetDataPointer() const {
-    XAssert(itsDataPointer != nullptr);  // the table must be locked
-    return itsDataPointer;
+    UInt8* data = itsDataPointer.load(std::memory_order_relaxed);
+    XAssert(data != nullptr);  // the table must be locked
+    return data;
   }
 
   std::unique_ptr<XMemoryHandle> itsData;
   UInt32 itsLastEntry;
-  UInt8* itsDataPointer = nullptr;
+  // Shared tables (the standard ones) are locked by readers on several
+  // threads at once: the lock bookkeeping has a mutex of its own.
+  std::mutex itsLockMutex;
+  std::atomic<UInt8*> itsDataPointer{nullptr};
   UInt32 itsLockCount = 0;  // this table's own locks, not those of sharers
 };
 

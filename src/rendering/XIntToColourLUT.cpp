@@ -2,6 +2,7 @@
 
 #include <array>
 #include <memory>
+#include <mutex>
 
 #include "core/XException.h"
 #include "core/XStream.h"
@@ -17,6 +18,13 @@ const XARGB32Colour kOpaqueWhite(255, 255, 255, 255);
 std::array<std::unique_ptr<XIntToColourLUT>, 17>& StandardLUTs() {
   static std::array<std::unique_ptr<XIntToColourLUT>, 17> sTables;
   return sTables;
+}
+
+// Guards the slots: the stream reader and the renderers make tables from
+// any thread.
+std::mutex& StandardLUTsMutex() {
+  static std::mutex sMutex;
+  return sMutex;
 }
 
 }  // namespace
@@ -186,6 +194,7 @@ XVector<XARGB32Colour> XIntToColourLUT::GetVectorOfColours() const {
 const XIntToColourLUT& XIntToColourLUT::GetStandardLUT(UInt32 bitDepth) {
   XAssert(bitDepth > 0);
   if (bitDepth > 16) bitDepth = 8;  // quietly, unlike the number tables
+  std::lock_guard<std::mutex> guard(StandardLUTsMutex());
   std::unique_ptr<XIntToColourLUT>& slot = StandardLUTs()[bitDepth];
   if (!slot) {
     const UInt32 max = MaxValueForDepth(bitDepth);
@@ -201,6 +210,7 @@ const XIntToColourLUT& XIntToColourLUT::GetStandardLUT(UInt32 bitDepth) {
 }
 
 void XIntToColourLUT::DisposeStandardLUTs() {
+  std::lock_guard<std::mutex> guard(StandardLUTsMutex());
   for (auto& slot : StandardLUTs()) slot.reset();
 }
 

@@ -2,6 +2,7 @@
 
 #include <array>
 #include <memory>
+#include <mutex>
 
 #include "core/XException.h"
 #include "core/XStream.h"
@@ -13,6 +14,13 @@ namespace {
 std::array<std::unique_ptr<XIntToIntLUT>, 17>& StandardLUTs() {
   static std::array<std::unique_ptr<XIntToIntLUT>, 17> sTables;
   return sTables;
+}
+
+// Guards the slots: the stream reader and the renderers make tables from
+// any thread.
+std::mutex& StandardLUTsMutex() {
+  static std::mutex sMutex;
+  return sMutex;
 }
 
 }  // namespace
@@ -42,6 +50,7 @@ void XIntToIntLUT::Blend(UInt32 inFrom, UInt32 inTo) {
 const XIntToIntLUT& XIntToIntLUT::GetStandardLUT(UInt32 bitDepth) {
   XAssert(bitDepth > 0);
   XAssert(bitDepth <= 16);
+  std::lock_guard<std::mutex> guard(StandardLUTsMutex());
   std::unique_ptr<XIntToIntLUT>& slot = StandardLUTs()[bitDepth];
   if (!slot) {
     const UInt32 max = (UInt32(1) << bitDepth) - 1;
@@ -54,6 +63,7 @@ const XIntToIntLUT& XIntToIntLUT::GetStandardLUT(UInt32 bitDepth) {
 }
 
 void XIntToIntLUT::DisposeStandardLUTs() {
+  std::lock_guard<std::mutex> guard(StandardLUTsMutex());
   for (auto& slot : StandardLUTs()) slot.reset();
 }
 

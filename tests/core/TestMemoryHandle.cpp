@@ -4,6 +4,9 @@
 #include <thread>
 #include <unistd.h>
 
+#include <utility>
+#include <vector>
+
 #include "core/XClassRegistry.h"
 #include "core/XCoreClasses.h"
 #include "core/XHandleStream.h"
@@ -41,11 +44,11 @@ TEST(MemoryHandle, CopiesShareUntilOneIsWritten) {
   XMemoryHandle b = a;
   EXPECT_TRUE(a.IsShared());
   {
-    XLock read(b, kLockRead);
+    XLock read(b, kLockRead), readA(a, kLockRead);
     EXPECT_EQ(a.GetData(), b.GetData());  // reading shares
   }
   {
-    XLock write(b, kLockReadWrite);
+    XLock write(b, kLockReadWrite), readA(a, kLockRead);
     EXPECT_NE(a.GetData(), b.GetData());
     EXPECT_EQ(b.GetData()[5], 5);  // mode 1 keeps the content
     b.GetData()[5] = 99;
@@ -104,6 +107,40 @@ TEST(MemoryHandle, ResizeClearCloneAndEmpty) {
   h.Empty();
   EXPECT_EQ(h.GetDataSize(), 0u);
   EXPECT_THROW(h.GetByte(0), XInternalError);
+}
+
+TEST(MemoryHandle, PaddedSizeIsTheNextMultipleOfSixteen) {
+  const std::pair<UInt64, UInt64> cases[] = {{0, 0}, {1, 16}, {15, 16}, {16, 16}, {17, 32}, {31, 32}, {33, 48}};
+  for (auto [size, padded] : cases) EXPECT_EQ(XMemoryHandle(size).GetPaddedSize(), padded) << size;
+}
+
+TEST(MemoryHandle, BlocksBeyondTheLimitAreRefusedBeforeAllocating) {
+  const UInt64 limit = XMemoryHandle::GetAllocationLimit();
+  XMemoryHandle::SetAllocationLimit(1 << 20);
+  XMemoryHandle::ResetPeakAllocatedBytes();
+  const UInt64 before = XMemoryHandle::GetPeakAllocatedBytes();
+  EXPECT_EQ(ErrorOf([] { XMemoryHandle h((1 << 20) + 1); }), kErrOutOfMemory);
+  XMemoryHandle kept(1 << 20);  // at the limit is allowed
+  EXPECT_EQ(ErrorOf([&] { kept.Resize(1 << 21); }), kErrOutOfMemory);
+  EXPECT_EQ(kept.GetDataSize(), UInt64(1) << 20);  // nothing lost
+  XMemoryHandle::SetAllocationLimit(limit);
+  EXPECT_GE(XMemoryHandle::GetPeakAllocatedBytes(), before + (1 << 20));
+  EXPECT_LT(XMemoryHandle::GetPeakAllocatedBytes(), before + (2 << 20));
+}
+
+TEST(ByteOrder, SwapModesCopyAndSwapTheirUnits) {
+  const UInt8 source[7] = {1, 2, 3, 4, 5, 6, 7};
+  auto swapped = [&](XByteSwapMode inMode) {
+    std::vector<UInt8> dest(7, 0);
+    SwapBufferBytes(dest.data(), source, 7, inMode);
+    return dest;
+  };
+  EXPECT_EQ(swapped(kNoByteSwap), (std::vector<UInt8>{1, 2, 3, 4, 5, 6, 7}));
+  EXPECT_EQ(swapped(kByteSwap16), (std::vector<UInt8>{2, 1, 4, 3, 6, 5, 7}));  // a short tail is copied
+  EXPECT_EQ(swapped(kByteSwap32), (std::vector<UInt8>{4, 3, 2, 1, 5, 6, 7}));
+  std::vector<UInt8> inPlace(source, source + 7);
+  SwapBufferBytes(inPlace.data(), inPlace.data(), 7, kByteSwap32);
+  EXPECT_EQ(inPlace, swapped(kByteSwap32));
 }
 
 // Serves a handle's data from a private copy, as a lazy file reader would.

@@ -211,13 +211,26 @@ class XTestBox : public XTestPoint {
   XVersion GetVersion() const override { return XVersion(kClassID, 0); }
 };
 
-TEST_F(ObjectStream, DeepNestingIsRefused) {
+TEST_F(ObjectStream, NestingStopsAtSixtyFourObjects) {
   XClassRegistry::RegisterClass(XVersion(XTestBox::kClassID, 0), XStorable::GetClassVersion(),
                                 XStreamConstructorFactory<XTestBox>, nullptr, nullptr, "");
-  XMemoryStream s;
-  for (int i = 0; i < 100000; ++i) s.WriteVersion(XVersion(XTestBox::kClassID, 0));
-  s.SeekTo(0);
-  EXPECT_EQ(ErrorOf([&] { delete s.ReadObject(); }), kErrBadStreamSize);
+  // inDepth boxes, the innermost holding the null object.
+  auto nested = [](size_t inDepth) {
+    auto s = std::make_unique<XMemoryStream>();
+    for (size_t i = 0; i < inDepth; ++i) s->WriteVersion(XVersion(XTestBox::kClassID, 0));
+    s->Write32(0);
+    s->SeekTo(0);
+    return s;
+  };
+  ASSERT_EQ(XStream::kMaxObjectNesting, 64u);
+  auto deepest = nested(64);
+  EXPECT_EQ(ErrorOf([&] { delete deepest->ReadObject(); }), 0);
+  EXPECT_EQ(deepest->GetRemaining(), 0u);
+  auto tooDeep = nested(65);
+  EXPECT_EQ(ErrorOf([&] { delete tooDeep->ReadObject(); }), kErrBadStreamSize);
+  EXPECT_EQ(tooDeep->GetLastClassCreated(), XVersion());  // every level popped
+  auto hostile = nested(100000);
+  EXPECT_EQ(ErrorOf([&] { delete hostile->ReadObject(); }), kErrBadStreamSize);
 }
 
 TEST(Registry, IsAFollowsInheritanceAndAliasesButNotVersions) {
@@ -230,6 +243,12 @@ TEST(Registry, IsAFollowsInheritanceAndAliasesButNotVersions) {
   EXPECT_TRUE(XVersion(61003, 0).IsA(XVersion(61010, 0)));
   EXPECT_FALSE(XVersion(61001, 0).IsA(XVersion(61002, 0)));
   EXPECT_FALSE(XVersion(61002, 0).IsA(XVersion(61003, 0)));  // aliases point one way
+  // ... except for a class with no place of its own, which stands where its
+  // legacy id stands.
+  XClassRegistry::RegisterAlias(61004, 61005);
+  XClassRegistry::RegisterInheritance(61004, 61001);
+  EXPECT_TRUE(XVersion(61005, 0).IsA(XVersion(48, 0)));
+  EXPECT_FALSE(XVersion(61002, 0).IsA(XVersion(61010, 0)));  // 61002 has a base of its own
   EXPECT_TRUE(XVersion(61999, 3).IsA(XVersion(61999, 0)));   // unregistered: equal ids only
   // A careless cycle must not hang the walk.
   XClassRegistry::RegisterInheritance(61020, 61021);

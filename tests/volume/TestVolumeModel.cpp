@@ -390,6 +390,19 @@ TEST_F(VolumeModel, RenderersAreOwnedClonedAndCheckedByExactClass) {
   EXPECT_EQ(volume.GetPlaneRenderer().GetWhite(), 65535);
 }
 
+TEST_F(VolumeModel, ClassTreeOfTheRegistration) {
+  auto isA = [](UInt32 a, UInt32 b) { return XVersion(a).IsA(XVersion(b)); };
+  EXPECT_TRUE(isA(520, 48));   // XVolume is under the root through its legacy id 101
+  EXPECT_TRUE(isA(114, 520));  // and the packed base under XVolume
+  EXPECT_TRUE(isA(115, 520));
+  EXPECT_TRUE(isA(12101, 105));
+  EXPECT_TRUE(isA(515, 47));
+  EXPECT_TRUE(isA(1, 108));  // a legacy colour image is read as ARGB32 ...
+  EXPECT_FALSE(isA(108, 47));  // ... but an ARGB32 volume is no legacy image
+  EXPECT_FALSE(isA(520, 47));
+  EXPECT_FALSE(isA(113, 108));
+}
+
 TEST_F(VolumeModel, ChannelsOfColourVolumes) {
   EXPECT_EQ(XRGB48Volume(1, 1, 1).GetChannelName(3), "Blue");
   EXPECT_THROW(XRGB48Volume(1, 1, 1).GetChannelName(4), XInternalError);
