@@ -1,5 +1,6 @@
 #include "tools/XInvertVolumeTool.h"
 
+#include <cmath>
 #include <limits>
 
 #include "tools/internal/XScanLoop.h"
@@ -43,10 +44,9 @@ void XInvertVolumeTool::ApplyToolRGB48(const XRGB48Volume& inSource, XVolume& io
 void XInvertVolumeTool::ApplyToolFP(const XFPVolume& inSource, XVolume& ioDest) {
   CopySourceIntoDest(inSource, ioDest);
   DefaultMaximum(inSource.FindMax());
-  // The integer helpers take the maximum truncated to their type; the float
-  // form maps [min, max] onto [1, 0] and needs the true maximum, or data
-  // normalised below 1 would divide by zero.
-  XInvertHelperFP helper(itsMaximum, inSource.FindMin());
+  // Every form takes the maximum truncated to an integer, the float one too:
+  // data normalised below 1 thus divides by zero, and that stands.
+  XInvertHelperFP helper(std::trunc(itsMaximum), inSource.FindMin());
   XScanVolume(DestAs<XFPVolume>(ioDest), nullptr, helper);
 }
 

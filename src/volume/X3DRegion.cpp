@@ -323,6 +323,7 @@ X3DRegion& X3DRegion::Sect(const X3DRegion& inOther) {
 }
 
 X3DRegion& X3DRegion::Union(const X3DRegion& inOther) {
+  if (UnionIsUnchangedBox(inOther)) return *this;
   X3DRect box = itsBounds;
   box.Union(inOther.itsBounds);
   if (itsMask && box == itsBounds) {
@@ -336,6 +337,20 @@ X3DRegion& X3DRegion::Union(const X3DRegion& inOther) {
   }
   CropToFitVolume();
   return *this;
+}
+
+// Where painting both into a mask of the joint box and cropping it would
+// end in a plain box, the box is known without the mask. Under a crop lock
+// the painted mask would stay, so the full road is taken.
+bool X3DRegion::UnionIsUnchangedBox(const X3DRegion& inOther) {
+  if (itsCropLockCount != 0) return false;
+  if (!itsMask && !IsEmpty() && (inOther.IsEmpty() || itsBounds.Contains(inOther.itsBounds))) return true;
+  if (!inOther.itsMask && !inOther.IsEmpty() && inOther.itsBounds.Contains(itsBounds)) {
+    itsBounds = inOther.itsBounds;
+    ReplaceMask(nullptr);
+    return true;
+  }
+  return false;
 }
 
 X3DRegion& X3DRegion::Xor(const X3DRegion& inOther) {
@@ -668,6 +683,10 @@ void X3DRegion::ReadStreamSelf(XStream& inStream, const XVersion& inTag, XOption
   ExpectObjectOf(inStream, X3DRect::GetClassVersion());
   std::unique_ptr<X3DRect> box = inStream.ReadObjectAs<X3DRect>(kReadAll);
   if (!box) throw XException(kErrWrongClass, "region without a box");
+  // No operation makes an inside-out region, and the set algebra would
+  // stretch masks across the gap.
+  if (box->left > box->right || box->top > box->bottom || box->front > box->back)
+    throw XException(kErrBadStreamSize, "inside-out region box");
   std::unique_ptr<XMaskVolume> mask;
   if (inStream.Read8() != 0) {
     if (inTag.GetClassVersion() != 0) {
@@ -691,6 +710,12 @@ void X3DRegion::ReadStreamSelf(XStream& inStream, const XVersion& inTag, XOption
     if (!mask) throw XException(kErrWrongClass, "complex region without a mask");
     // Everything that walks the mask relies on it covering the box exactly.
     if (mask->GetBounds() != *box) throw XException(kErrBadStreamSize, "region mask does not match its box");
+  }
+  if (box->IsEmpty()) {
+    // An empty set has no place: it is read as the empty box at the origin,
+    // so that a far-away empty box cannot stretch later unions.
+    *box = X3DRect();
+    mask.reset();
   }
   itsBounds = *box;
   ReplaceMask(std::move(mask));

@@ -173,6 +173,7 @@ class MIRELAN_EXPORT X3DRegion : public XStorable, public XLockable {
  protected:
   // Shrinks the box to the set voxels and drops a mask that the set fills;
   // does nothing for a simple region or under a crop lock.
+  bool UnionIsUnchangedBox(const X3DRegion& inOther);
   void CropToFitVolume();
   void GrowSelf(SInt32 inDX, SInt32 inDY, SInt32 inDZ);
   void ShrinkSelf(SInt32 inDX, SInt32 inDY, SInt32 inDZ);

@@ -22,6 +22,9 @@ constexpr UInt16 kMemoryHandleClassID = 33;
 // (a generous bound: even a flat image costs some bits per 8 x 8 block).
 constexpr UInt64 kMaxLossyVoxelsPerByte = 4096;
 constexpr UInt64 kLossyVoxelAllowance = UInt64(1) << 20;
+// A blank legacy image carries no bytes to check its size against; images of
+// that form were single planes, and none was larger than this.
+constexpr UInt64 kMaxBlankImageBytes = UInt64(64) << 20;
 
 UInt64 CheckedProduct(UInt64 a, UInt64 b) {
   UInt64 product = 0;
@@ -178,8 +181,14 @@ void XPackedVolume<T>::ReadStreamSelf(XStream& inStream, const XVersion& inTag, 
   if (inTag.GetClassVersion() != 0) format = inStream.Read32();
   if (rowVoxels < GetWidth()) throw XException(kErrBadStreamSize, "rows shorter than the width");
   UInt64 volumeBytes = CheckedProduct(CheckedProduct(UInt64(rowVoxels) * GetHeight(), GetDepth()), sizeof(T));
+  if (volumeBytes > ~UInt64(0) - kSpareBytes) throw XException(kErrBadStreamSize, "volume size beyond 64 bits");
   itsRowVoxels = rowVoxels;
-  if (format != kDataInStream) return;
+  if (format != kDataInStream) {
+    // The voxels live elsewhere, for a data fetcher to bring; until one does,
+    // a lock fails instead of handing out a block that is too small.
+    itsStorage.SetDataAbsent(volumeBytes + kSpareBytes);
+    return;
+  }
   ReadStorageObject(inStream, inOptions, volumeBytes);
 }
 
@@ -189,6 +198,7 @@ void XPackedVolume<T>::ReadPackedImageStream(XStream& inStream, XOptions inOptio
   UInt8 flag = inStream.Read8();
   if (!flag) {
     // No block on the stream: the image is blank.
+    if (GetVolumeBytes() > kMaxBlankImageBytes) throw XException(kErrBadStreamSize, "blank legacy image too large");
     Allocate();
     Clear();
     return;
@@ -212,15 +222,13 @@ void XPackedVolume<T>::WriteStreamSelf(XStream& inStream) const {
   inStream.Write32(itsRowVoxels);
   inStream.Write32(kDataInStream);
   if (Traits::kSwapMode != kNoByteSwap && !inStream.IsPlatformByteOrder()) {
-    // The stream holds voxels in its own order: swap into a copy.
+    // The stream holds voxels in its own order: swap into a copy. The whole
+    // block is swapped, spare tail too, as the reader swaps it whole.
     XLock lock(*this, kLockRead);
     XMemoryHandle swapped(itsStorage.GetDataSize());
     {
       XLock swappedLock(swapped, kLockWrite);
-      UInt64 volumeBytes = std::min(GetVolumeBytes(), itsStorage.GetDataSize());
-      SwapBufferBytes(swapped.GetData(), GetBasePtr(), volumeBytes, Traits::kSwapMode);
-      std::memcpy(swapped.GetData() + volumeBytes, GetBasePtr() + volumeBytes,
-                  itsStorage.GetDataSize() - volumeBytes);
+      SwapBufferBytes(swapped.GetData(), GetBasePtr(), itsStorage.GetDataSize(), Traits::kSwapMode);
     }
     inStream.WriteObject(swapped, kReadAll);
   } else {
@@ -247,8 +255,13 @@ void XPackedVolume<T>::ReadLossyBody(XStream& inStream, bool inDecode) {
   SetXCalibration(x);
   SetYCalibration(y);
   SetZCalibration(z);
+  if (bounds.IsEmpty()) {
+    // Nothing coded follows; the row length of the stream has no voxels
+    // behind it, so the volume takes the plain empty shape.
+    Allocate();
+    return;
+  }
   itsRowVoxels = rowVoxels;
-  if (bounds.IsEmpty()) return;
   UInt32 length = inStream.Read32();
   UInt64 position = inStream.GetPosition();
   inStream.CheckReadable(length);

