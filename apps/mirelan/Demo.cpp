@@ -19,7 +19,7 @@
 #include "volume/XGrey8Volume.h"
 #include "volume/XMaskVolume.h"
 #include "volume/XRGB48Volume.h"
-#include "volume/XRegisterImagingClasses.h"
+#include "storage/XRegisterImagingClasses.h"
 
 using namespace mirelan;
 

@@ -11,7 +11,7 @@
 #include "core/XStream.h"
 #include "volume/X3DRegion.h"
 #include "volume/XGrey8Volume.h"
-#include "volume/XRegisterImagingClasses.h"
+#include "storage/XRegisterImagingClasses.h"
 
 using namespace mirelan;
 

@@ -23,7 +23,7 @@
 #include "volume/XFPVolume.h"
 #include "volume/XGrey16Volume.h"
 #include "volume/XMaskVolume.h"
-#include "volume/XRegisterImagingClasses.h"
+#include "storage/XRegisterImagingClasses.h"
 
 using namespace mirelan;
 

@@ -19,14 +19,14 @@
 #include "rendering/XIntToIntLUT.h"
 #include "rendering/XMaskImageRenderer.h"
 #include "rendering/XRGB48ImageRenderer.h"
-#include "volume/XRegisterImagingClasses.h"
+#include "volume/XRegisterVolumeClasses.h"
 
 using namespace mirelan;
 
 // Stream tests read through the library's own class table.
 class RenderingStreamTest : public ::testing::Test {
  protected:
-  static void SetUpTestSuite() { XRegisterImagingClasses(); }
+  static void SetUpTestSuite() { XRegisterVolumeClasses(); }
 };
 
 const XARGB32Colour kBlack(255, 0, 0, 0);

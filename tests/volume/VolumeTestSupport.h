@@ -22,14 +22,14 @@
 #include "volume/XGrey32Volume.h"
 #include "volume/XGrey8Volume.h"
 #include "volume/XMaskVolume.h"
-#include "volume/XRegisterImagingClasses.h"
+#include "volume/XRegisterVolumeClasses.h"
 
 using namespace mirelan;
 
 namespace volumetest {
 
 // Tests read streams through the library's own class table.
-inline void RegisterVolumeClasses() { XRegisterImagingClasses(); }
+inline void RegisterVolumeClasses() { XRegisterVolumeClasses(); }
 
 class VolumeTest : public ::testing::Test {
  protected:

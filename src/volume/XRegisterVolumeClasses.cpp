@@ -1,4 +1,4 @@
-#include "volume/XRegisterImagingClasses.h"
+#include "volume/XRegisterVolumeClasses.h"
 
 #include "core/XClassRegistry.h"
 #include "core/XCoreClasses.h"
@@ -115,7 +115,7 @@ void RegisterInheritance() {
 
 }  // namespace
 
-void XRegisterImagingClasses() {
+void XRegisterVolumeClasses() {
   XRegisterCoreClasses();
   XException::AddErrorStringToMap(2513, "this tool cannot work in-place");
   RegisterStreamClasses();
