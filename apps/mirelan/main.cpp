@@ -1,40 +1,56 @@
-// mirelan: the library's command-line program.
+// mirelan: the library's command-line program. Each subcommand reads a stack
+// (TIFF, the library's .mis stream files, PNG), works on it and writes files
+// that other programs open.
 #include <cstdio>
-#include <cstring>
 #include <string>
 
-#include "Commands.h"
+#include "CliSupport.h"
 #include "core/XException.h"
+#include "storage/XRegisterImagingClasses.h"
 
 using namespace mirelan;
+using namespace mirelan::cli;
 
 namespace {
 
-void PrintUsage() {
-  std::fprintf(stderr,
-               "usage: mirelan <command> [arguments]\n"
-               "commands:\n"
-               "  demo <output-folder>   make volumes of every pixel type, store them in a\n"
-               "                         stream file, read them back and check them\n");
+// The file and the problem, as the library phrased them, and the number.
+int ReportFailure(const XException& inError) {
+  if (inError.GetErrorNumber() == kErrCancelled) {
+    std::fputs("\nmirelan: cancelled; nothing was written\n", stderr);
+    return kExitCancelled;
+  }
+  const XString& detail = inError.GetDetail();
+  std::fprintf(stderr, "mirelan: %s (error %d)\n", detail.empty() ? inError.GetErrorMessage().c_str() : detail.c_str(),
+               inError.GetErrorNumber());
+  return kExitFailure;
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
-  if (argc < 2 || !std::strcmp(argv[1], "-h") || !std::strcmp(argv[1], "--help")) {
-    PrintUsage();
-    return argc < 2 ? 2 : 0;
-  }
-  std::string command = argv[1];
+  XRegisterImagingClasses();
+  CLI::App app{"mirelan: multi-dimensional light-microscopy images on the command line.\n"
+               "Reads TIFF stacks (ImageJ hyperstacks, OME-TIFF, plain multi-page), .mis stream files and PNG."};
+  app.name("mirelan");
+  app.require_subcommand(1);
+  app.fallthrough();
+  XGlobalOptions global;
+  app.add_flag("-q,--quiet", global.itsQuiet, "no progress bar");
+  AddInfoCommand(app);
+  AddConvertCommand(app);
+  AddRenderCommand(app);
+  AddToolCommands(app);
+  AddDemoCommand(app);
+  app.parse_complete_callback([&global] { InstallProgressAndCancel(global); });
   try {
-    if (command == "demo") return RunDemo(argc - 2, argv + 2);
-    std::fprintf(stderr, "mirelan: unknown command '%s'\n", command.c_str());
-    PrintUsage();
-    return 2;
+    app.parse(argc, argv);
+  } catch (const CLI::ParseError& e) {
+    return app.exit(e) == 0 ? 0 : kExitUsage;
   } catch (const XException& e) {
-    std::fprintf(stderr, "mirelan: %s (error %d)\n", e.GetErrorMessage().c_str(), e.GetErrorNumber());
+    return ReportFailure(e);
   } catch (const std::exception& e) {
     std::fprintf(stderr, "mirelan: %s\n", e.what());
+    return kExitFailure;
   }
-  return 1;
+  return 0;
 }

@@ -24,6 +24,8 @@ std::map<SInt32, XString>& ErrorMap() {
       {kErrCancelled, "cancelled"},
       {kErrImpossibleSize, "no volume can have this size"},
       {kErrOutOfMemory, "out of memory"},
+      {kErrBadImageFile, "the file is damaged or is no image file"},
+      {kErrUnsupportedImage, "the image is of a kind this library does not handle"},
   };
   return sMap;
 }

@@ -23,6 +23,8 @@ enum : SInt32 {
   kErrImpossibleSize = 1009,   // no volume can have this size (a side beyond 2^31 - 1, an inside-out box)
   kErrOutOfMemory = 1012,
   kErrNewerVersion = 1015,     // stream holds a newer version than this code reads
+  kErrBadImageFile = 1020,     // an image file is damaged or is no image file
+  kErrUnsupportedImage = 1021, // an image file or image of a kind this library does not read or write
   kErrNotForPixelType = 2500,  // operation not available for this pixel type
 };
 

@@ -14,6 +14,9 @@ namespace mirelan {
 namespace {
 
 std::atomic<bool> sHasSink{false};
+// Lock-free, so that a signal handler may set it.
+std::atomic<bool> sCancelRequested{false};
+static_assert(std::atomic<bool>::is_always_lock_free, "the cancel request must be safe in a signal handler");
 
 // Guards the sink's slot only; a sink may install another sink.
 std::mutex& SinkSlotMutex() {
@@ -91,6 +94,10 @@ void XProgress::YieldAndCheckAbort() { Poll(); }
 void XProgress::Poll() {
   XThread::TestCancelCurrentThread();
   if (sCancelPending) throw XException(kErrCancelled);
+  if (sCancelRequested.load(std::memory_order_relaxed)) {
+    sCancelPending = true;
+    throw XException(kErrCancelled);
+  }
   if (itsType == kProgressSilent || !sHasSink.load(std::memory_order_relaxed)) return;
   UInt64 now = GetMicroSecondTime();
   if (now >= itsNextReport) Report(now);
@@ -131,6 +138,10 @@ XProgress::Sink XProgress::SetSink(Sink inSink) {
 }
 
 bool XProgress::HasSink() { return sHasSink.load(); }
+
+void XProgress::RequestCancel() { sCancelRequested.store(true, std::memory_order_relaxed); }
+void XProgress::ClearCancelRequest() { sCancelRequested.store(false, std::memory_order_relaxed); }
+bool XProgress::IsCancelRequested() { return sCancelRequested.load(std::memory_order_relaxed); }
 
 XProgress* XProgress::GetCurrent() { return sCurrent; }
 

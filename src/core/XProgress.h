@@ -59,6 +59,13 @@ class MIRELAN_EXPORT XProgress {
   void SetMessage(const XString& inMessage) { itsMessage = inMessage; }
   const XString& GetMessage() const { return itsMessage; }
 
+  // A cancel from outside the reports (a Ctrl-C): every report on every
+  // thread throws XException(kErrCancelled) at its next call, sink or not,
+  // until the request is cleared. Safe to call from a signal handler.
+  static void RequestCancel();
+  static void ClearCancelRequest();
+  static bool IsCancelRequested();
+
   // Installs the sink (an empty one for none) and returns the previous one.
   static Sink SetSink(Sink inSink);
   static bool HasSink();

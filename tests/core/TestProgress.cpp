@@ -117,6 +117,24 @@ TEST_F(XProgressTest, SinkCancelThrowsUntilTheOutermostReportEnds) {
   EXPECT_NO_THROW(next.Increment());
 }
 
+TEST_F(XProgressTest, ACancelRequestStopsEveryReportWithOrWithoutASink) {
+  XProgress::SetSink(nullptr);
+  XProgress::RequestCancel();
+  {
+    XProgress silent(10, kProgressSilent, 3600 * 1000, false);
+    EXPECT_EQ(ErrorOf([&] { silent.Increment(); }), kErrCancelled);
+  }
+  std::thread other([] {
+    XProgress report(10, kProgressStandard, 3600 * 1000, false);
+    EXPECT_EQ(ErrorOf([&] { report.YieldAndCheckAbort(); }), kErrCancelled);
+  });
+  other.join();
+  XProgress::ClearCancelRequest();
+  EXPECT_FALSE(XProgress::IsCancelRequested());
+  XProgress after(3, kProgressSilent, 0, false);
+  EXPECT_NO_THROW(after.Increment());
+}
+
 TEST_F(XProgressTest, NestedReportsShowTheirOwnNumbersWithInheritedMessage) {
   XProgress outer(4, "registering", kProgressStandard, 0, false);
   {
