@@ -57,7 +57,7 @@ void ForEachVoxelRun(const XPackedVolume<T>& inVolume, Fn inFn) {
   XLock lock(inVolume, kLockRead);
   const T* base = inVolume.GetBaseVoxelPtr();
   XAssert(base);
-  if (inVolume.GetPadVoxels() == 0) {
+  if (inVolume.GetRowVoxels() == inVolume.GetWidth()) {
     inFn(base, inVolume.GetVolumeVoxels());
     return;
   }
