@@ -162,6 +162,19 @@ TEST_F(PolygonFill, FlatRegionsExtrudeAcrossTheirPlane) {
     EXPECT_FALSE(yz.Contains(3, 20, 11));
     EXPECT_TRUE(yz.Contains(2, 22, 12));
   }
+  // A flat region held uncropped (under a crop lock) still extrudes to its tight box.
+  XMaskVolume bordered(X3DRect(0, 0, 0, 5, 5, 1));
+  bordered.Clear();
+  {
+    XLock lock(bordered, kLockReadWrite);
+    bordered.SetVoxel(1, 2, 0, 255);
+    bordered.SetVoxel(3, 2, 0, 255);
+  }
+  X3DRegion loose;
+  loose.LockCrop();
+  loose = bordered;
+  EXPECT_EQ(XROI::Create3DRegionFrom2DRegion(loose, kXYPlane, X3DRect(0, 0, 0, 1, 1, 2)).GetBounds(),
+            X3DRect(1, 2, 0, 4, 3, 2));
   // A box stays a box; other modes and empty regions give nothing.
   EXPECT_TRUE(XROI::Create3DRegionFrom2DRegion(X3DRegion(X3DRect(1, 1, 0, 3, 3, 1)), kXYPlane, box).IsSimple());
   EXPECT_TRUE(XROI::Create3DRegionFrom2DRegion(flat, XPlaneMode(3), box).IsEmpty());

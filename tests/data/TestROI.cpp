@@ -43,8 +43,9 @@ TEST_F(ROI, EllipsesFillTheirRectangle) {
       const std::vector<std::string> rows = EllipseRows(w, h);
       // Symmetric both ways, and, unless thin, touching all four sides.
       const XEllipseROI ellipse(X3DRect(0, 0, 0, SInt32(w), SInt32(h), 1));
-      if (w <= 2 * h && h <= 2 * w)
+      if (w <= 2 * h && h <= 2 * w) {
         EXPECT_EQ(ellipse.GetRegion().GetBounds(), X3DRect(0, 0, 0, SInt32(w), SInt32(h), 1));
+      }
       for (UInt32 y = 0; y < h; ++y) {
         EXPECT_EQ(rows[y], std::string(rows[y].rbegin(), rows[y].rend()));
         EXPECT_EQ(rows[y], rows[h - 1 - y]);

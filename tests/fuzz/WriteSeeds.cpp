@@ -8,6 +8,15 @@
 
 #include "core/XMemoryHandle.h"
 #include "core/XStream.h"
+#include "data/X3DHierarchicalPolyLine.h"
+#include "data/X3DPolyLine.h"
+#include "data/X3DSelectedPoint.h"
+#include "data/X4DTrack.h"
+#include "data/XCuboidROI.h"
+#include "data/XEllipseROI.h"
+#include "data/XIrregularROI.h"
+#include "data/XPolygonROI.h"
+#include "data/XROICollection.h"
 #include "geometry/X3DRect.h"
 #include "geometry/XRect.h"
 #include "rendering/XARGB32ImageRenderer.h"
@@ -154,6 +163,55 @@ void SaveOlderForms() {
   SaveObject("handle", handle);
 }
 
+
+// Polylines, tracks, selected points, each kind of ROI and a collection;
+// older forms of the polyline and the ROI block by hand.
+void SaveAnnotations() {
+  X3DPolyLine line;
+  line.AppendNode(X3DPoint(1, 2, 0));
+  line.AppendNode(X3DPoint(5, -3, 1));
+  line.AddNode(X3DPoint(7, 7, 2), 1);
+  line.SetPopulationID(4);
+  SaveObject("polyline", line);
+  SaveObject("polyline_float", X3DPolyLineF(line));
+  X4DTrack track(3);
+  track.AppendNode(X3DPointF(0.5f, 1.5f, 2.0f));
+  track.AppendNode(X3DPointF(2.5f, 1.0f, 2.0f));
+  SaveObject("track", track);
+  X3DHierarchicalPolyLine tree;
+  tree.AddNode(X3DPointF(0, 0, 0), 3.0f, 0, -1, 0);
+  tree.AddNode(X3DPointF(4, 1, 0), 2.0f, 1, 0, 1);
+  tree.AddNode(X3DPointF(4, 5, 1), 1.5f, 2, 1, 2);
+  SaveObject("polyline_tree", tree);
+  SaveObject("selected_point", X3DSelectedPoint(3, 4, 5));
+
+  XMaskVolume mask(X3DRect(0, 0, 0, 4, 3, 1));
+  {
+    XLock lock(mask, kLockWrite);
+    UInt8* voxel = mask.GetBaseVoxelPtr();
+    for (UInt64 i = 0; i < mask.GetVolumeVoxels(); ++i) voxel[i] = i % 3 ? 255 : 0;
+  }
+  SaveObject("roi_cuboid", XCuboidROI(X3DRect(1, 1, 0, 5, 4, 2)));
+  SaveObject("roi_ellipse", XEllipseROI(X3DRect(0, 0, 0, 7, 5, 2), kXZPlane));
+  SaveObject("roi_polygon", XPolygonROI(line, X3DRegion(mask)));
+  SaveObject("roi_irregular", XIrregularROI(X3DRegion(mask)));
+  XROICollection rois;
+  rois.AddROI(XCuboidROI(X3DRect(0, 0, 0, 2, 2, 1)));
+  rois.AddROI(XIrregularROI(X3DRegion(mask)));
+  SaveObject("roi_collection", rois);
+
+  Bytes chain;  // polyline version 0: three chained nodes, a colour
+  chain.U32(110).U32(110).U32(3).U32(1).U32(2).U32(3).U32(4).U32(5).U32(6).U32(7).U32(8).U32(9);
+  chain.U8(10).U8(20).U8(30).U8(255);
+  Save("polyline_version0", 0, chain.itsBytes);
+  XMemoryStream roi0(kLittleEndian);  // an irregular ROI whose block is version 0
+  roi0.Write32(128);
+  roi0.Write32(126);
+  roi0.WriteObject(X3DRegion(mask));
+  roi0.Write32(128);
+  Save("roi_version0", 0, roi0.GetBytes());
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -167,5 +225,6 @@ int main(int argc, char** argv) {
   SaveRegions();
   SaveTablesAndRenderers();
   SaveOlderForms();
+  SaveAnnotations();
   return 0;
 }

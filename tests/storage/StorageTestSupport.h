@@ -27,7 +27,7 @@ using namespace mirelan;
 
 namespace storagetest {
 
-inline std::string Fixture(const std::string& inName) { return std::string(MIRELAN_TEST_DATA) + "/tiff/" + inName; }
+inline std::string Fixture(const std::string& inName) { return std::string(MIRELAN_TEST_DATA) + "/" + inName; }
 inline std::string SharedData(const std::string& inName) { return std::string(MIRELAN_SHARED_DATA) + "/" + inName; }
 inline bool SharedDataPresent() { return XFileSpec(SharedData("SOURCES.md")).Exists(); }
 
