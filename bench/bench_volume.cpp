@@ -1,9 +1,12 @@
-// Volume kernels over 256 x 256 x 64 volumes: copies within a type, every
-// conversion cell, whole-volume arithmetic, reductions and checksums.
-// Items are voxels.
+// Volume kernels at two sizes (in and out of cache), wall time: copies within
+// a type, every conversion cell, whole-volume arithmetic, reductions and
+// checksums. Items are voxels; "of_copy" is the share of a plain copy's rate.
 #include <benchmark/benchmark.h>
 
+#include <algorithm>
 #include <memory>
+
+#include "BenchSupport.h"
 
 #include "volume/XColourVolumes.h"
 #include "volume/XFPVolume.h"
@@ -13,19 +16,21 @@
 #include "volume/XMaskVolume.h"
 
 using namespace mirelan;
+using namespace mirelan::bench;
 
 namespace {
 
-constexpr UInt32 kWidth = 256, kHeight = 256, kDepth = 64;
-constexpr SInt64 kVoxels = SInt64(kWidth) * kHeight * kDepth;
+template <class V>
+constexpr UInt32 kBytesOf = UInt32(sizeof(typename V::Voxel));
 
 // A pattern every type can hold: the level runs over the type's range.
 template <class V>
-std::unique_ptr<V> MakeVolume() {
-  auto volume = std::make_unique<V>(kWidth, kHeight, kDepth);
+std::unique_ptr<V> MakeVolume(const X3DRect& inBox) {
+  auto volume = std::make_unique<V>(inBox);
   XLock lock(*volume, kLockWrite);
   auto* voxel = volume->GetBaseVoxelPtr();
-  for (SInt64 i = 0; i < kVoxels; ++i) {
+  const SInt64 voxels = SInt64(inBox.GetVolume());
+  for (SInt64 i = 0; i < voxels; ++i) {
     const UInt32 level = UInt32(i * 2654435761u);
     using T = typename V::Voxel;
     if constexpr (std::is_same_v<T, Float32>)
@@ -40,26 +45,36 @@ std::unique_ptr<V> MakeVolume() {
   return volume;
 }
 
+// The box of a benchmark: the larger of the two types decides the size.
+template <class S, class D>
+X3DRect BoxFor(const benchmark::State& inState) {
+  return BoxOf(inState.range(0), std::max(kBytesOf<S>, kBytesOf<D>));
+}
+
 template <class S, class D>
 void BM_CopyOut(benchmark::State& state) {
-  auto source = MakeVolume<S>();
-  auto dest = std::make_unique<D>(kWidth, kHeight, kDepth);
+  const X3DRect box = BoxFor<S, D>(state);
+  auto source = MakeVolume<S>(box);
+  auto dest = std::make_unique<D>(box);
+  // The destination's pages are touched once, outside the timing: the peers
+  // write into outputs they were given too.
+  source->CopyOut(*dest, source->GetBounds(), dest->GetBounds(), nullptr);
   for (auto _ : state) {
     source->CopyOut(*dest, source->GetBounds(), dest->GetBounds(), nullptr);
     benchmark::ClobberMemory();
   }
-  state.SetItemsProcessed(state.iterations() * kVoxels);
+  Report(state, box.GetVolume(), box.GetVolume() * (kBytesOf<S> + kBytesOf<D>), box.GetVolume() * kBytesOf<S>);
 }
 
-#define XBENCH_ROW(S)                                           \
-  BENCHMARK_TEMPLATE(BM_CopyOut, S, XMaskVolume);               \
-  BENCHMARK_TEMPLATE(BM_CopyOut, S, XGrey8Volume);              \
-  BENCHMARK_TEMPLATE(BM_CopyOut, S, XGrey16Volume);             \
-  BENCHMARK_TEMPLATE(BM_CopyOut, S, XARGB32Volume);             \
-  BENCHMARK_TEMPLATE(BM_CopyOut, S, XBGRA32Volume);             \
-  BENCHMARK_TEMPLATE(BM_CopyOut, S, XRGB48Volume);              \
-  BENCHMARK_TEMPLATE(BM_CopyOut, S, XFPVolume);                 \
-  BENCHMARK_TEMPLATE(BM_CopyOut, S, XGrey32Volume)
+#define XBENCH_ROW(S)                                                   \
+  BENCHMARK_TEMPLATE(BM_CopyOut, S, XMaskVolume) MIRELAN_BOTH_SIZES;   \
+  BENCHMARK_TEMPLATE(BM_CopyOut, S, XGrey8Volume) MIRELAN_BOTH_SIZES;  \
+  BENCHMARK_TEMPLATE(BM_CopyOut, S, XGrey16Volume) MIRELAN_BOTH_SIZES; \
+  BENCHMARK_TEMPLATE(BM_CopyOut, S, XARGB32Volume) MIRELAN_BOTH_SIZES; \
+  BENCHMARK_TEMPLATE(BM_CopyOut, S, XBGRA32Volume) MIRELAN_BOTH_SIZES; \
+  BENCHMARK_TEMPLATE(BM_CopyOut, S, XRGB48Volume) MIRELAN_BOTH_SIZES;  \
+  BENCHMARK_TEMPLATE(BM_CopyOut, S, XFPVolume) MIRELAN_BOTH_SIZES;     \
+  BENCHMARK_TEMPLATE(BM_CopyOut, S, XGrey32Volume) MIRELAN_BOTH_SIZES
 
 XBENCH_ROW(XMaskVolume);
 XBENCH_ROW(XGrey8Volume);
@@ -74,117 +89,129 @@ XBENCH_ROW(XGrey32Volume);
 // every voxel goes through the nearest-choice table.
 template <class V>
 void BM_CopyOutResampled(benchmark::State& state) {
-  auto source = MakeVolume<V>();
-  auto dest = std::make_unique<V>(kWidth / 2, kHeight, kDepth);
+  const X3DRect box = BoxFor<V, V>(state);
+  auto source = MakeVolume<V>(box);
+  auto dest = std::make_unique<V>(box.GetWidth() / 2, box.GetHeight(), box.GetDepth());
+  source->CopyOut(*dest, source->GetBounds(), dest->GetBounds(), nullptr);
   for (auto _ : state) {
     source->CopyOut(*dest, source->GetBounds(), dest->GetBounds(), nullptr);
     benchmark::ClobberMemory();
   }
-  state.SetItemsProcessed(state.iterations() * kVoxels / 2);
+  const UInt64 voxels = dest->GetBounds().GetVolume();
+  Report(state, voxels, voxels * 3 * kBytesOf<V>, box.GetVolume() * kBytesOf<V>);
 }
-BENCHMARK_TEMPLATE(BM_CopyOutResampled, XGrey8Volume);
-BENCHMARK_TEMPLATE(BM_CopyOutResampled, XGrey16Volume);
-BENCHMARK_TEMPLATE(BM_CopyOutResampled, XARGB32Volume);
+BENCHMARK_TEMPLATE(BM_CopyOutResampled, XGrey8Volume) MIRELAN_BOTH_SIZES;
+BENCHMARK_TEMPLATE(BM_CopyOutResampled, XGrey16Volume) MIRELAN_BOTH_SIZES;
+BENCHMARK_TEMPLATE(BM_CopyOutResampled, XARGB32Volume) MIRELAN_BOTH_SIZES;
 
 template <class V>
 void BM_AddValue(benchmark::State& state) {
-  auto volume = MakeVolume<V>();
+  const X3DRect box = BoxFor<V, V>(state);
+  auto volume = MakeVolume<V>(box);
   for (auto _ : state) {
     *volume += typename V::Voxel(3);
     benchmark::ClobberMemory();
   }
-  state.SetItemsProcessed(state.iterations() * kVoxels);
+  Report(state, box.GetVolume(), 2 * box.GetVolume() * kBytesOf<V>, box.GetVolume() * kBytesOf<V>);
 }
-BENCHMARK_TEMPLATE(BM_AddValue, XGrey8Volume);
-BENCHMARK_TEMPLATE(BM_AddValue, XGrey16Volume);
-BENCHMARK_TEMPLATE(BM_AddValue, XGrey32Volume);
-BENCHMARK_TEMPLATE(BM_AddValue, XFPVolume);
+BENCHMARK_TEMPLATE(BM_AddValue, XGrey8Volume) MIRELAN_BOTH_SIZES;
+BENCHMARK_TEMPLATE(BM_AddValue, XGrey16Volume) MIRELAN_BOTH_SIZES;
+BENCHMARK_TEMPLATE(BM_AddValue, XGrey32Volume) MIRELAN_BOTH_SIZES;
+BENCHMARK_TEMPLATE(BM_AddValue, XFPVolume) MIRELAN_BOTH_SIZES;
 
 template <class V>
 void BM_MultiplyValue(benchmark::State& state) {
-  auto volume = MakeVolume<V>();
+  const X3DRect box = BoxFor<V, V>(state);
+  auto volume = MakeVolume<V>(box);
   for (auto _ : state) {
     *volume *= typename V::Voxel(3);
     benchmark::ClobberMemory();
   }
-  state.SetItemsProcessed(state.iterations() * kVoxels);
+  Report(state, box.GetVolume(), 2 * box.GetVolume() * kBytesOf<V>, box.GetVolume() * kBytesOf<V>);
 }
-BENCHMARK_TEMPLATE(BM_MultiplyValue, XGrey8Volume);
-BENCHMARK_TEMPLATE(BM_MultiplyValue, XGrey16Volume);
-BENCHMARK_TEMPLATE(BM_MultiplyValue, XGrey32Volume);
-BENCHMARK_TEMPLATE(BM_MultiplyValue, XFPVolume);
+BENCHMARK_TEMPLATE(BM_MultiplyValue, XGrey8Volume) MIRELAN_BOTH_SIZES;
+BENCHMARK_TEMPLATE(BM_MultiplyValue, XGrey16Volume) MIRELAN_BOTH_SIZES;
+BENCHMARK_TEMPLATE(BM_MultiplyValue, XGrey32Volume) MIRELAN_BOTH_SIZES;
+BENCHMARK_TEMPLATE(BM_MultiplyValue, XFPVolume) MIRELAN_BOTH_SIZES;
 
 template <class V>
 void BM_AddVolume(benchmark::State& state) {
-  auto volume = MakeVolume<V>();
-  auto other = MakeVolume<V>();
+  const X3DRect box = BoxFor<V, V>(state);
+  auto volume = MakeVolume<V>(box);
+  auto other = MakeVolume<V>(box);
   for (auto _ : state) {
     *volume += *other;
     benchmark::ClobberMemory();
   }
-  state.SetItemsProcessed(state.iterations() * kVoxels);
+  Report(state, box.GetVolume(), 3 * box.GetVolume() * kBytesOf<V>, box.GetVolume() * kBytesOf<V>);
 }
-BENCHMARK_TEMPLATE(BM_AddVolume, XGrey8Volume);
-BENCHMARK_TEMPLATE(BM_AddVolume, XGrey16Volume);
-BENCHMARK_TEMPLATE(BM_AddVolume, XFPVolume);
+BENCHMARK_TEMPLATE(BM_AddVolume, XGrey8Volume) MIRELAN_BOTH_SIZES;
+BENCHMARK_TEMPLATE(BM_AddVolume, XGrey16Volume) MIRELAN_BOTH_SIZES;
+BENCHMARK_TEMPLATE(BM_AddVolume, XFPVolume) MIRELAN_BOTH_SIZES;
 
 template <class V>
 void BM_MultiplyVolume(benchmark::State& state) {
-  auto volume = MakeVolume<V>();
-  auto other = MakeVolume<V>();
+  const X3DRect box = BoxFor<V, V>(state);
+  auto volume = MakeVolume<V>(box);
+  auto other = MakeVolume<V>(box);
   for (auto _ : state) {
     *volume *= *other;
     benchmark::ClobberMemory();
   }
-  state.SetItemsProcessed(state.iterations() * kVoxels);
+  Report(state, box.GetVolume(), 3 * box.GetVolume() * kBytesOf<V>, box.GetVolume() * kBytesOf<V>);
 }
-BENCHMARK_TEMPLATE(BM_MultiplyVolume, XGrey8Volume);
-BENCHMARK_TEMPLATE(BM_MultiplyVolume, XGrey16Volume);
-BENCHMARK_TEMPLATE(BM_MultiplyVolume, XFPVolume);
+BENCHMARK_TEMPLATE(BM_MultiplyVolume, XGrey8Volume) MIRELAN_BOTH_SIZES;
+BENCHMARK_TEMPLATE(BM_MultiplyVolume, XGrey16Volume) MIRELAN_BOTH_SIZES;
+BENCHMARK_TEMPLATE(BM_MultiplyVolume, XFPVolume) MIRELAN_BOTH_SIZES;
 
 template <class V>
 void BM_FindMinMax(benchmark::State& state) {
-  auto volume = MakeVolume<V>();
+  const X3DRect box = BoxFor<V, V>(state);
+  auto volume = MakeVolume<V>(box);
   for (auto _ : state) {
     typename V::Voxel low, high;
     volume->FindMinMax(low, high);
     benchmark::DoNotOptimize(low);
     benchmark::DoNotOptimize(high);
   }
-  state.SetItemsProcessed(state.iterations() * kVoxels);
+  Report(state, box.GetVolume(), box.GetVolume() * kBytesOf<V>, box.GetVolume() * kBytesOf<V>);
 }
-BENCHMARK_TEMPLATE(BM_FindMinMax, XGrey8Volume);
-BENCHMARK_TEMPLATE(BM_FindMinMax, XGrey16Volume);
-BENCHMARK_TEMPLATE(BM_FindMinMax, XGrey32Volume);
-BENCHMARK_TEMPLATE(BM_FindMinMax, XFPVolume);
+BENCHMARK_TEMPLATE(BM_FindMinMax, XGrey8Volume) MIRELAN_BOTH_SIZES;
+BENCHMARK_TEMPLATE(BM_FindMinMax, XGrey16Volume) MIRELAN_BOTH_SIZES;
+BENCHMARK_TEMPLATE(BM_FindMinMax, XGrey32Volume) MIRELAN_BOTH_SIZES;
+BENCHMARK_TEMPLATE(BM_FindMinMax, XFPVolume) MIRELAN_BOTH_SIZES;
 
 template <class V>
 void BM_FindSum(benchmark::State& state) {
-  auto volume = MakeVolume<V>();
+  const X3DRect box = BoxFor<V, V>(state);
+  auto volume = MakeVolume<V>(box);
   for (auto _ : state) benchmark::DoNotOptimize(volume->FindSum());
-  state.SetItemsProcessed(state.iterations() * kVoxels);
+  Report(state, box.GetVolume(), box.GetVolume() * kBytesOf<V>, box.GetVolume() * kBytesOf<V>);
 }
-BENCHMARK_TEMPLATE(BM_FindSum, XGrey8Volume);
-BENCHMARK_TEMPLATE(BM_FindSum, XGrey16Volume);
-BENCHMARK_TEMPLATE(BM_FindSum, XFPVolume);
+BENCHMARK_TEMPLATE(BM_FindSum, XGrey8Volume) MIRELAN_BOTH_SIZES;
+BENCHMARK_TEMPLATE(BM_FindSum, XGrey16Volume) MIRELAN_BOTH_SIZES;
+BENCHMARK_TEMPLATE(BM_FindSum, XFPVolume) MIRELAN_BOTH_SIZES;
 
+// The checksum covers as many bytes as there are voxels.
 template <class V>
 void BM_CalculateCRC(benchmark::State& state) {
-  auto volume = MakeVolume<V>();
+  const X3DRect box = BoxFor<V, V>(state);
+  auto volume = MakeVolume<V>(box);
   for (auto _ : state) benchmark::DoNotOptimize(volume->CalculateCRC());
-  state.SetItemsProcessed(state.iterations() * kVoxels);
+  Report(state, box.GetVolume(), box.GetVolume(), box.GetVolume() * kBytesOf<V>);
 }
-BENCHMARK_TEMPLATE(BM_CalculateCRC, XGrey8Volume);
-BENCHMARK_TEMPLATE(BM_CalculateCRC, XGrey16Volume);
+BENCHMARK_TEMPLATE(BM_CalculateCRC, XGrey8Volume) MIRELAN_BOTH_SIZES;
+BENCHMARK_TEMPLATE(BM_CalculateCRC, XGrey16Volume) MIRELAN_BOTH_SIZES;
 
 void BM_Fill(benchmark::State& state) {
-  auto volume = MakeVolume<XGrey16Volume>();
+  const X3DRect box = BoxFor<XGrey16Volume, XGrey16Volume>(state);
+  auto volume = MakeVolume<XGrey16Volume>(box);
   for (auto _ : state) {
     volume->Fill(7);
     benchmark::ClobberMemory();
   }
-  state.SetItemsProcessed(state.iterations() * kVoxels);
+  Report(state, box.GetVolume(), box.GetVolume() * 2, box.GetVolume() * 2);
 }
-BENCHMARK(BM_Fill);
+BENCHMARK(BM_Fill) MIRELAN_BOTH_SIZES;
 
 }  // namespace

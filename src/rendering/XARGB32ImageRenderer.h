@@ -24,7 +24,19 @@ class MIRELAN_EXPORT XARGB32ImageRenderer : public XImageRenderer {
   void ReadStream2(XStream& inStream, XOptions inOptions = kReadAll) override;
   void WriteStream2(XStream& inStream, XOptions inOptions = kReadAll) const override;
 
+  // Untouched: the pixel as it is, alpha kept. Otherwise each channel
+  // through the level table and its balance, alpha 255.
+  void GetColour(const void* inPixel, XARGB32Colour& outColour) const override;
+  // A row of pixels into words as they are, their bytes reversed when
+  // inFormat is the other byte order.
+  virtual void FastScanlineCopy(const XARGB32Colour* inSource, UInt32* outDest, UInt32 inCount,
+                                XPixelFormat inFormat) const;
+
  protected:
+  // Untouched: the pixels copied (alpha kept); otherwise the channel table.
+  void WriteToRGB32BufferSelf(const XVolume& inSource, const XRGB32Layout& inTarget, const X3DRect& inSourceRect,
+                              const X3DRect& inTargetRect, const X3DRegion* inRegion,
+                              XPixelFormat inFormat) const override;
   void ReadStream2_XARGB32ImageRenderer(XStream& inStream, XOptions inOptions);
 };
 
@@ -45,7 +57,19 @@ class MIRELAN_EXPORT XBGRA32ImageRenderer : public XImageRenderer {
   void ReadStream2(XStream& inStream, XOptions inOptions = kReadAll) override;
   void WriteStream2(XStream& inStream, XOptions inOptions = kReadAll) const override;
 
+  // Untouched: the pixel as it is, alpha kept. Otherwise each channel
+  // through the level table and its balance, alpha 255.
+  void GetColour(const void* inPixel, XARGB32Colour& outColour) const override;
+  // A row of pixels into words as they are, their bytes reversed when
+  // inFormat is the other byte order.
+  virtual void FastScanlineCopy(const XBGRA32Colour* inSource, UInt32* outDest, UInt32 inCount,
+                                XPixelFormat inFormat) const;
+
  protected:
+  // Untouched: the pixels copied (alpha kept); otherwise the channel table.
+  void WriteToRGB32BufferSelf(const XVolume& inSource, const XRGB32Layout& inTarget, const X3DRect& inSourceRect,
+                              const X3DRect& inTargetRect, const X3DRegion* inRegion,
+                              XPixelFormat inFormat) const override;
   void ReadStream2_XBGRA32ImageRenderer(XStream& inStream, XOptions inOptions);
 };
 

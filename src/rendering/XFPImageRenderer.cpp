@@ -1,13 +1,31 @@
 #include "rendering/XFPImageRenderer.h"
 
+#include <array>
 #include <cmath>
 #include <memory>
 
 #include "core/XLockable.h"
 #include "core/XStream.h"
 #include "rendering/XFloatToColourLUT.h"
+#include "rendering/internal/XRenderJob.h"
+#include "rendering/internal/XRendererShaders.h"
+#include "volume/XFPVolume.h"
 
 namespace mirelan {
+
+namespace {
+
+template <XPixelFormat F>
+void RenderFP(const XFPImageRenderer& inRenderer, const XRenderJob<Float32>& inJob) {
+  if (inRenderer.GetRendererType() == kRendererRainbow)
+    return inJob.Run(XRainbowPixShader<Float32, F>(inRenderer.GetBlack(), inRenderer.GetWhite()));
+  const Float64 min = inRenderer.GetMinInputValue(), max = inRenderer.GetMaxInputValue();
+  if (inRenderer.IsNormal()) return inJob.Run(XFixedPointPixShader<F>(min, max));
+  if (min == 0.0 && max <= 32767.0 && max - min >= 255.0) return inJob.Run(XColourTable256PixShader<F>(inRenderer));
+  inJob.Run(XGeneralFloatPixShader<F>(XGreyShading(inRenderer)));
+}
+
+}  // namespace
 
 XFPImageRenderer::XFPImageRenderer(const XFloatToColourLUT& inLUT) {
   itsWhite = 1.0;
@@ -40,30 +58,11 @@ void XFPImageRenderer::CopyProperties(const XImageRenderer& inOther) {
   SetWhite(white);
 }
 
-// Entry i: x = clamp01(gain * i / 255 + offset), level = trunc(x^gamma * 255),
-// each channel low + level * (high - low) / 255 in 32-bit floats.
 XIntToColourLUT* XFPImageRenderer::GetLUT() const {
   std::unique_ptr<XFloatToColourLUT> lut(new XFloatToColourLUT(GetBlack(), GetWhite()));
-  XARGB32Colour low, high;
-  GetRampColours(low, high);
-  const Float32 gain = Float32(GetGain()), offset = Float32(GetOffset()), gamma = Float32(GetGamma());
-  auto channel = [](UInt8 l, UInt8 h, SInt32 level) {
-    return UInt8(XTruncateToSInt32(l + level * (Float32(h) - Float32(l)) / 255.0f));
-  };
-  {
-    XLock lock(*lut, kLockReadWrite);
-    for (UInt32 i = 0; i < 256; ++i) {
-      Float32 x = gain * (Float32(i) / 255.0f) + offset;
-      if (!(x > 0.0f))
-        x = 0.0f;
-      else if (x > 1.0f)
-        x = 1.0f;
-      const SInt32 level = XTruncateToSInt32(std::pow(x, gamma) * 255.0f);
-      lut->SetValue(i, XARGB32Colour(255, channel(low.red, high.red, level),
-                                     channel(low.green, high.green, level),
-                                     channel(low.blue, high.blue, level)));
-    }
-  }
+  const std::array<XARGB32Colour, 256> colours = XFloatTableColours(*this);
+  XLock lock(*lut, kLockReadWrite);
+  for (UInt32 i = 0; i < 256; ++i) lut->SetValue(i, colours[i]);
   return lut.release();
 }
 
@@ -82,6 +81,15 @@ void XFPImageRenderer::ApplyLUT(const XIntToColourLUT& inLUT) {
 void XFPImageRenderer::ReadStream2_XFPImageRenderer(XStream& inStream, XOptions inOptions) {
   ReadStream2_XGreyImageRenderer(inStream, inOptions);
   ReadConcreteWord(inStream, GetClassVersion());
+}
+
+void XFPImageRenderer::WriteToRGB32BufferSelf(const XVolume& inSource, const XRGB32Layout& inTarget,
+                                              const X3DRect& inSourceRect, const X3DRect& inTargetRect,
+                                              const X3DRegion* inRegion, XPixelFormat inFormat) const {
+  const auto* ourVolume = dynamic_cast<const XFPVolume*>(&inSource);
+  XAssert(ourVolume);
+  const XRenderJob<Float32> job(*ourVolume, inTarget, inSourceRect, inTargetRect, inRegion);
+  XWithPixelFormat(inFormat, [&](auto inF) { RenderFP<decltype(inF)::value>(*this, job); });
 }
 
 void XFPImageRenderer::ReadStream2(XStream& inStream, XOptions inOptions) {

@@ -43,6 +43,11 @@ class MIRELAN_EXPORT XFPImageRenderer : public XGreyImageRenderer<Float32> {
   void ApplyLUT(const XIntToColourLUT& inLUT) override;
 
  protected:
+  // Rainbow; untouched (0 to 255) in fixed point; from 0 over a range of at
+  // least 255 (up to 32767) through 256 colours; otherwise per pixel in floats.
+  void WriteToRGB32BufferSelf(const XVolume& inSource, const XRGB32Layout& inTarget, const X3DRect& inSourceRect,
+                              const X3DRect& inTargetRect, const X3DRegion* inRegion,
+                              XPixelFormat inFormat) const override;
   void ReadStream2_XFPImageRenderer(XStream& inStream, XOptions inOptions);
 };
 

@@ -28,6 +28,12 @@ class MIRELAN_EXPORT XGrey16ImageRenderer : public XGreyImageRenderer<UInt16> {
   void ApplyLUT(const XIntToColourLUT& inLUT) override { ApplyLUTSelf(inLUT, false); }
 
  protected:
+  // Rainbow; untouched but for a white point of 1023, 4095, 16383 or 65535:
+  // the value's top bits; untouched but for another white, or a gamma of 1,
+  // straight in fixed point on the same-size path; otherwise the level table.
+  void WriteToRGB32BufferSelf(const XVolume& inSource, const XRGB32Layout& inTarget, const X3DRect& inSourceRect,
+                              const X3DRect& inTargetRect, const X3DRegion* inRegion,
+                              XPixelFormat inFormat) const override;
   void ReadStream2_XGrey16ImageRenderer(XStream& inStream, XOptions inOptions);
 };
 

@@ -26,6 +26,11 @@ class MIRELAN_EXPORT XGrey8ImageRenderer : public XGreyImageRenderer<UInt8> {
   void WriteStream2(XStream& inStream, XOptions inOptions = kReadAll) const override;
 
  protected:
+  // Rainbow; untouched (the value as grey); a gamma of 1 on the same-size
+  // path straight in fixed point; otherwise through the level table.
+  void WriteToRGB32BufferSelf(const XVolume& inSource, const XRGB32Layout& inTarget, const X3DRect& inSourceRect,
+                              const X3DRect& inTargetRect, const X3DRegion* inRegion,
+                              XPixelFormat inFormat) const override;
   void ReadStream2_XGrey8ImageRenderer(XStream& inStream, XOptions inOptions);
 };
 

@@ -1,12 +1,16 @@
 #include "rendering/XGreyImageRenderer.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
+#include <cstring>
 #include <memory>
 
 #include "core/XLockable.h"
 #include "core/XStream.h"
 #include "rendering/XIntToColourLUT.h"
+#include "rendering/internal/XRendererShaders.h"
+#include "volume/XPixelTraits.h"
 
 namespace mirelan {
 
@@ -14,10 +18,6 @@ namespace {
 
 bool IsProperColourProperty(UInt32 inProperty) {
   return inProperty >= kPropertyBlackRed && inProperty <= kPropertyWhiteBlue;
-}
-
-UInt8 RampEnd(UInt8 inChannel, Float64 inBalance) {
-  return UInt8(std::min<SInt32>(255, XTruncateToSInt32(inChannel * inBalance)));
 }
 
 }  // namespace
@@ -97,41 +97,20 @@ void XBaseGreyImageRenderer::Normalise() {
 // ------------------------------------------------------------------- tables
 
 void XBaseGreyImageRenderer::GetRampColours(XARGB32Colour& outLow, XARGB32Colour& outHigh) const {
-  const XARGB32Colour black = GetBlackColour(), white = GetWhiteColour();
-  const Float64 r = GetRedBalance(), g = GetGreenBalance(), b = GetBlueBalance();
-  outLow = XARGB32Colour(255, RampEnd(black.red, r), RampEnd(black.green, g), RampEnd(black.blue, b));
-  outHigh = XARGB32Colour(255, RampEnd(white.red, r), RampEnd(white.green, g), RampEnd(white.blue, b));
+  XGetRampColours(*this, outLow, outHigh);
 }
 
 std::vector<UInt8> XBaseGreyImageRenderer::BuildLevelTable(UInt32 inCount) const {
-  const Float32 black = Float32(GetBlack()), white = Float32(GetWhite());
-  const Float32 gain = Float32(GetGain()), offset = Float32(GetOffset()), gamma = Float32(GetGamma());
-  std::vector<UInt8> levels(inCount);
-  for (UInt32 i = 0; i < inCount; ++i) {
-    Float32 x = (Float32(i) - black) * gain / (white - black) + offset;
-    if (!(x > 0.0f))
-      x = 0.0f;
-    else if (x > 1.0f)
-      x = 1.0f;
-    levels[i] = UInt8(XTruncateToSInt32(std::pow(x, gamma) * 255.0f));
-  }
-  return levels;
+  return XBuildLevelTable(*this, inCount);
 }
 
 void XBaseGreyImageRenderer::FillTableFromLevels(XIntToColourLUT& ioLUT,
                                                  const std::vector<UInt8>& inLevels) const {
   XARGB32Colour low, high;
   GetRampColours(low, high);
-  auto delta = [](UInt8 l, UInt8 h) { return XTruncateToSInt32((SInt32(h) - SInt32(l)) / 255.0 * 65536.0); };
-  const SInt32 dr = delta(low.red, high.red), dg = delta(low.green, high.green),
-               db = delta(low.blue, high.blue);
+  const std::array<XARGB32Colour, 256> colours = XTableColoursByLevel(low, high);
   XLock lock(ioLUT, kLockReadWrite);
-  for (UInt32 i = 0; i < inLevels.size() && i <= ioLUT.GetLastEntry(); ++i) {
-    const SInt32 level = inLevels[i];
-    ioLUT.SetValue(i, XARGB32Colour(255, UInt8(((dr * level) >> 16) + low.red),
-                                    UInt8(((dg * level) >> 16) + low.green),
-                                    UInt8(((db * level) >> 16) + low.blue)));
-  }
+  for (UInt32 i = 0; i < inLevels.size() && i <= ioLUT.GetLastEntry(); ++i) ioLUT.SetValue(i, colours[inLevels[i]]);
 }
 
 void XBaseGreyImageRenderer::ApplyLUTSelf(const XIntToColourLUT& inLUT, bool inDetectDownward) {
@@ -148,6 +127,22 @@ void XBaseGreyImageRenderer::ApplyLUTSelf(const XIntToColourLUT& inLUT, bool inD
   SetBlack(0.0);
   SetWhite(inLUT.GetLastTrueValue());
   SetRendererType(kRendererRamp);
+}
+
+// ------------------------------------------------------------------ rainbow
+
+std::vector<XARGB32Colour> XBaseGreyImageRenderer::BuildRainbowLUT() {
+  std::vector<XARGB32Colour> rainbow(256, XARGB32Colour(255, 0, 0, 0));
+  for (UInt32 i = 1; i < 256; ++i) {
+    const Float32 nanometres = Float32(i) / 255.0f * 230.0f + 420.0f;
+    rainbow[i].SetWavelength(nanometres);
+  }
+  return rainbow;
+}
+
+const std::vector<XARGB32Colour>& XBaseGreyImageRenderer::GetRainbowLUT() {
+  static const std::vector<XARGB32Colour> sRainbow = BuildRainbowLUT();
+  return sRainbow;
 }
 
 // ------------------------------------------------------------------ streams
@@ -186,6 +181,30 @@ XIntToColourLUT* XGreyImageRenderer<T>::GetLUT() const {
   std::unique_ptr<XIntToColourLUT> lut(new XIntToColourLUT(UInt32(count)));
   FillTableFromLevels(*lut, BuildLevelTable(UInt32(count)));
   return lut.release();
+}
+
+template <class T>
+void XGreyImageRenderer<T>::GetColour(const void* inPixel, XARGB32Colour& outColour) const {
+  T value;
+  std::memcpy(&value, inPixel, sizeof(T));
+  switch (GetRendererType()) {
+    case kRendererRamp: {
+      const XGreyShading shading(*this);
+      outColour = shading.RampColourOf(shading.LevelOf(Float32(value)));
+      break;
+    }
+    case kRendererRainbow:
+      outColour = GetRainbowLUT()[XRainbowIndex(GetBlack(), GetWhite())(Float32(value))];
+      break;
+    default:
+      break;
+  }
+}
+
+template <class T>
+void XGreyImageRenderer<T>::GetColourByIndex(Float64 inValue, XARGB32Colour& outColour) const {
+  const T value = XTruncateTo<T>(inValue);
+  GetColour(&value, outColour);
 }
 
 template <class T>

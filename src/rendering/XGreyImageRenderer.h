@@ -39,6 +39,12 @@ class MIRELAN_EXPORT XBaseGreyImageRenderer : public XImageRenderer {
   bool IsNormalExceptForWhitePoint() const override;
   void Normalise() override;
 
+  // The shared rainbow of 256 opaque colours: entry 0 black, entry i the
+  // colour of the wavelength i / 255 * 230 + 420 nm (32-bit float). Made once,
+  // read-only after.
+  static const std::vector<XARGB32Colour>& GetRainbowLUT();
+  static std::vector<XARGB32Colour> BuildRainbowLUT();
+
  protected:
   XBaseGreyImageRenderer() = default;
   XBaseGreyImageRenderer(const XBaseGreyImageRenderer& inOther);
@@ -85,6 +91,14 @@ class MIRELAN_EXPORT XGreyImageRenderer : public XBaseGreyImageRenderer {
   // One entry for each input value, by the ramp.
   XIntToColourLUT* GetLUT() const override;
   void ApplyLUT(const XIntToColourLUT& inLUT) override { ApplyLUTSelf(inLUT, true); }
+
+  // inPixel points at one T. At type 0 the level by the float formula of the
+  // black and white points, gain, offset and gamma, each channel low + (high
+  // - low) * level / 255; at type 1 the rainbow; any other type leaves the
+  // colour as it was.
+  void GetColour(const void* inPixel, XARGB32Colour& outColour) const override;
+  // GetColour of the value converted to T.
+  virtual void GetColourByIndex(Float64 inValue, XARGB32Colour& outColour) const;
 
  protected:
   XGreyImageRenderer() = default;

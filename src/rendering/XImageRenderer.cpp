@@ -2,10 +2,47 @@
 
 #include <cmath>
 
+#include "core/XLockable.h"
 #include "core/XStream.h"
 #include "rendering/XIntToColourLUT.h"
+#include "volume/X3DRegion.h"
+#include "volume/XColourVolumes.h"
+#include "volume/internal/XRegionRuns.h"
 
 namespace mirelan {
+
+namespace {
+
+// A colour volume's storage as a layout, cut to the volume's bounds (rows
+// may be longer than the width).
+template <class V>
+XRGB32Layout LayoutOfVolume(V& ioVolume) {
+  const X3DRect& bounds = ioVolume.GetBounds();
+  const XHyperRect<3> storage({bounds.left, bounds.top, bounds.front},
+                              {ioVolume.GetRowVoxels(), ioVolume.GetHeight(), ioVolume.GetDepth()});
+  XRGB32Layout layout(reinterpret_cast<UInt32*>(ioVolume.GetBaseVoxelPtr()), storage,
+                      {1, ptrdiff_t(ioVolume.GetRowVoxels()), ptrdiff_t(ioVolume.GetLayerSize())});
+  layout.Cut(XToHyperRect(bounds));
+  return layout;
+}
+
+// Every word of the layout inside the region (if any) becomes inWord.
+void FillLayout(const XRGB32Layout& inTarget, const X3DRegion* inRegion, UInt32 inWord) {
+  XRegionRuns runs(inRegion, XToX3DRect(inTarget.GetBounds()));
+  if (runs.IsEmpty()) return;
+  const X3DRect& b = runs.GetBox();
+  const SInt32 left = inTarget.GetBounds().GetOrigin()[0];
+  const ptrdiff_t xStep = inTarget.GetSteps()[0];
+  for (SInt32 z = b.front; z < b.back; ++z)
+    for (SInt32 y = b.top; y < b.bottom; ++y) {
+      UInt32* row = inTarget.GetPtr({left, y, z});
+      runs.ForEachRun(y, z, [&](SInt32 inBegin, SInt32 inEnd) {
+        for (SInt32 x = inBegin; x < inEnd; ++x) row[(x - left) * xStep] = inWord;
+      });
+    }
+}
+
+}  // namespace
 
 XImageRenderer::XImageRenderer(const XImageRenderer& inOther)
     : XStorable(inOther),
@@ -111,6 +148,60 @@ XIntToColourLUT* XImageRenderer::GetLUT() const {
 
 void XImageRenderer::ApplyLUT(const XIntToColourLUT&) {
   throw XException(kErrRendererHasNoLUT, "this renderer has no look-up table");
+}
+
+// ---------------------------------------------------------------- rendering
+
+void XImageRenderer::RenderToARGB32Volume(const XVolume& inSource, XARGB32Volume& ioTarget,
+                                          const X3DRect& inSourceRect, const X3DRect& inTargetRect,
+                                          const X3DRegion* inRegion) const {
+  XLock lock(ioTarget, kLockReadWrite);
+  WriteToRGB32Buffer(inSource, LayoutOfVolume(ioTarget), inSourceRect, inTargetRect, inRegion, kPixelFormatARGB);
+}
+
+void XImageRenderer::RenderToBGRA32Volume(const XVolume& inSource, XBGRA32Volume& ioTarget,
+                                          const X3DRect& inSourceRect, const X3DRect& inTargetRect,
+                                          const X3DRegion* inRegion) const {
+  XLock lock(ioTarget, kLockReadWrite);
+  WriteToRGB32Buffer(inSource, LayoutOfVolume(ioTarget), inSourceRect, inTargetRect, inRegion, kPixelFormatBGRA);
+}
+
+void XImageRenderer::RenderToRGB32Buffer(const XVolume& inSource, const XRGB32Layout& inTarget,
+                                         const X3DRect& inSourceRect, const X3DRect& inTargetRect,
+                                         const X3DRegion* inRegion, XPixelFormat inFormat) const {
+  // As a device context is drawn into: the buffer is cut to the target
+  // rectangle first, so even a uniform fill stays inside it.
+  XRGB32Layout target = inTarget;
+  target.Cut(XToHyperRect(inTargetRect));
+  WriteToRGB32Buffer(inSource, target, inSourceRect, inTargetRect, inRegion, inFormat);
+}
+
+void XImageRenderer::WriteToRGB32Buffer(const XVolume& inSource, const XRGB32Layout& inTarget,
+                                        const X3DRect& inSourceRect, const X3DRect& inTargetRect,
+                                        const X3DRegion* inRegion, XPixelFormat inFormat) const {
+  const Float64 whitePoint = GetWhite(), blackPoint = GetBlack();
+  XAssert(whitePoint >= blackPoint);
+  const XVolume& src = inSource;
+  const X3DRect& srcR = inSourceRect;
+  XAssert(src.GetBounds().Contains( srcR ));
+  XRGB32Layout target = inTarget;
+  if (inRegion) target.Cut(XToHyperRect(inRegion->GetBounds()));
+  const X3DRegion* region = inRegion && !inRegion->IsEmpty() ? inRegion : nullptr;
+  if (blackPoint != whitePoint) {
+    WriteToRGB32BufferSelf(inSource, target, inSourceRect, inTargetRect, region, inFormat);
+    return;
+  }
+  // No range to divide by: every pixel shows the white colour, unread.
+  switch (inFormat) {
+    case kPixelFormatARGB:
+      FillLayout(target, region, XPackRGB32<kPixelFormatARGB>(GetWhiteColour()));
+      break;
+    case kPixelFormatBGRA:
+      FillLayout(target, region, XPackRGB32<kPixelFormatBGRA>(GetWhiteColour()));
+      break;
+    default:
+      XAssert(false);
+  }
 }
 
 // --------------------------------------------------------------- luminance

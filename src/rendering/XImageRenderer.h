@@ -6,12 +6,21 @@
 #include "core/XException.h"
 #include "core/XExport.h"
 #include "core/XStorable.h"
+#include "rendering/XHyperLayout.h"
+#include "rendering/XPixelShaders.h"
 #include "volume/XColour.h"
 
 namespace mirelan {
 
 class XStream;
 class XIntToColourLUT;
+class XVolume;
+class XARGB32Volume;
+class XBGRA32Volume;
+class X3DRegion;
+
+// A target of rendering: 32-bit words in a strided 3-D view.
+using XRGB32Layout = XHyperLayout<3, UInt32>;
 
 enum : SInt32 {
   kErrRendererHasNoLUT = 2506,  // this renderer has no look-up table
@@ -97,6 +106,24 @@ class MIRELAN_EXPORT XImageRenderer : public XStorable {
   virtual void Normalise();
   virtual bool IsMonochromatic() const { return false; }
 
+  // The colour of one pixel of this renderer's pixel type, by the same
+  // arithmetic as the render loops.
+  virtual void GetColour(const void* inPixel, XARGB32Colour& outColour) const = 0;
+
+  // Draws inSourceRect of the source into inTargetRect of a colour volume,
+  // scaling by nearest choice when the sizes differ. The region, in target
+  // coordinates, limits the pixels written; the rest keep what they had.
+  virtual void RenderToARGB32Volume(const XVolume& inSource, XARGB32Volume& ioTarget, const X3DRect& inSourceRect,
+                                    const X3DRect& inTargetRect, const X3DRegion* inRegion) const;
+  virtual void RenderToBGRA32Volume(const XVolume& inSource, XBGRA32Volume& ioTarget, const X3DRect& inSourceRect,
+                                    const X3DRect& inTargetRect, const X3DRegion* inRegion) const;
+  // The same into a caller's buffer of 32-bit words, such as a toolkit's
+  // image: the layout gives its coordinates and steps, inTargetRect is in
+  // those coordinates and the words are written in inFormat's byte order.
+  // Nothing outside the layout or inTargetRect is touched.
+  void RenderToRGB32Buffer(const XVolume& inSource, const XRGB32Layout& inTarget, const X3DRect& inSourceRect,
+                           const X3DRect& inTargetRect, const X3DRegion* inRegion, XPixelFormat inFormat) const;
+
   // A new table of the current mapping, owned by the caller. Throws 2506
   // for renderers without one.
   virtual XIntToColourLUT* GetLUT() const;
@@ -108,6 +135,18 @@ class MIRELAN_EXPORT XImageRenderer : public XStorable {
   virtual Float64 GetValueForLuminance(UInt8 inLuminance) const;
 
  protected:
+  // The common entry of every target: requires white >= black and the
+  // source rectangle inside the source; cuts the layout to the region's
+  // bounds; with black equal to white fills the layout (and region) with the
+  // white colour, reading no pixel, else renders through the class.
+  virtual void WriteToRGB32Buffer(const XVolume& inSource, const XRGB32Layout& inTarget, const X3DRect& inSourceRect,
+                                  const X3DRect& inTargetRect, const X3DRegion* inRegion, XPixelFormat inFormat) const;
+  // The class's own rendering: its volume type, its shader choice. The
+  // region is null or not empty.
+  virtual void WriteToRGB32BufferSelf(const XVolume& inSource, const XRGB32Layout& inTarget,
+                                      const X3DRect& inSourceRect, const X3DRect& inTargetRect,
+                                      const X3DRegion* inRegion, XPixelFormat inFormat) const = 0;
+
   XImageRenderer() = default;
   // Takes the other's settings through its getters.
   XImageRenderer(const XImageRenderer& inOther);

@@ -5,6 +5,9 @@
 
 #include "core/XStream.h"
 #include "rendering/XIntToColourLUT.h"
+#include "rendering/internal/XRenderJob.h"
+#include "rendering/internal/XRendererShaders.h"
+#include "volume/XMaskVolume.h"
 
 namespace mirelan {
 
@@ -48,6 +51,34 @@ XARGB32Colour XMaskImageRenderer::GetShownColour(const XARGB32Colour& inColour) 
   return XARGB32Colour(255, ShowChannel(inColour.red, gain, offset, gamma),
                        ShowChannel(inColour.green, gain, offset, gamma),
                        ShowChannel(inColour.blue, gain, offset, gamma));
+}
+
+void XMaskImageRenderer::GetColour(const void* inPixel, XARGB32Colour& outColour) const {
+  const UInt8 value = *static_cast<const UInt8*>(inPixel);
+  if (IsNormal()) {
+    UInt32 word;
+    XSimpleMaskPixShader().Shade(value, word);
+    outColour = XUnpackRGB32<kPixelFormatARGB>(word);
+    return;
+  }
+  outColour = GetShownColour(value >= 128 ? GetWhiteColour() : GetBlackColour());
+}
+
+void XMaskImageRenderer::WriteToRGB32BufferSelf(const XVolume& inSource, const XRGB32Layout& inTarget,
+                                                const X3DRect& inSourceRect, const X3DRect& inTargetRect,
+                                                const X3DRegion* inRegion, XPixelFormat inFormat) const {
+  const auto* ourVolume = dynamic_cast<const XMaskVolume*>(&inSource);
+  XAssert(ourVolume);
+  const XRenderJob<UInt8> job(*ourVolume, inTarget, inSourceRect, inTargetRect, inRegion);
+  const bool normal = IsNormal();
+  const XARGB32Colour clear = GetShownColour(GetBlackColour()), set = GetShownColour(GetWhiteColour());
+  XWithPixelFormat(inFormat, [&](auto inF) {
+    // The normal word is the same in both byte orders.
+    if (normal)
+      job.Run(XSimpleMaskPixShader());
+    else
+      job.Run(XTwoColourMaskPixShader<decltype(inF)::value>(clear, set));
+  });
 }
 
 XIntToColourLUT* XMaskImageRenderer::GetLUT() const {

@@ -31,8 +31,14 @@ class MIRELAN_EXPORT XMaskImageRenderer : public XGrey8ImageRenderer {
   UInt8 GetLuminance(Float64 inValue) const override;
   // 256 entries: the first 128 the black colour's display, the rest the white's.
   XIntToColourLUT* GetLUT() const override;
+  // Untouched: all ones for a set byte, 0 (transparent black) for a clear
+  // one; otherwise the two colours as the mask shows them.
+  void GetColour(const void* inPixel, XARGB32Colour& outColour) const override;
 
  protected:
+  void WriteToRGB32BufferSelf(const XVolume& inSource, const XRGB32Layout& inTarget, const X3DRect& inSourceRect,
+                              const X3DRect& inTargetRect, const X3DRegion* inRegion,
+                              XPixelFormat inFormat) const override;
   // A colour as the mask shows it: each channel through gain, offset and gamma.
   XARGB32Colour GetShownColour(const XARGB32Colour& inColour) const;
   void ReadStream2_XMaskImageRenderer(XStream& inStream, XOptions inOptions);

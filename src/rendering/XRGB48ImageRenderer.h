@@ -25,7 +25,16 @@ class MIRELAN_EXPORT XRGB48ImageRenderer : public XImageRenderer {
 
   Float64 GetMaxInputValue() const override { return 65535.0; }
 
+  // By the same choice as the render loops, for one pixel.
+  void GetColour(const void* inPixel, XARGB32Colour& outColour) const override;
+
  protected:
+  // Untouched but for a white point of 1023, 4095, 16383 or 65535: top bits
+  // per channel; untouched but for another white: a fixed scale; a gamma of
+  // 1: per channel in doubles; otherwise a table of 65536 levels.
+  void WriteToRGB32BufferSelf(const XVolume& inSource, const XRGB32Layout& inTarget, const X3DRect& inSourceRect,
+                              const X3DRect& inTargetRect, const X3DRegion* inRegion,
+                              XPixelFormat inFormat) const override;
   void ReadStream2_XRGB48ImageRenderer(XStream& inStream, XOptions inOptions);
 };
 

@@ -55,7 +55,7 @@ struct XPageFormat {
 // page holds (a generous bound on every codec's ratio); uncompressed data
 // cannot be larger than the file.
 constexpr UInt64 kMaxCompressionRatio = 4096;
-constexpr UInt64 kDecodedAllowance = UInt64(16) << 20;
+constexpr UInt64 kDecodedAllowance = UInt64(1) << 20;
 
 template <class T>
 T Field(TIFF* inTIFF, ttag_t inTag, T inDefault) {

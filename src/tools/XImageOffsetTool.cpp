@@ -1,6 +1,11 @@
 #include "tools/XImageOffsetTool.h"
 
+#include <algorithm>
+#include <limits>
+#include <type_traits>
+
 #include "tools/internal/XScanLoop.h"
+#include "volume/internal/XWideKernels.h"
 #include "volume/XColourVolumes.h"
 #include "volume/XFPVolume.h"
 #include "volume/XGrey16Volume.h"
@@ -10,6 +15,64 @@ namespace mirelan {
 
 XImageOffsetTool::~XImageOffsetTool() = default;
 
+template <class Channel>
+XImageOffsetTable<Channel>::XImageOffsetTable(Float32 inOffset)
+    : itsTable(size_t(std::numeric_limits<Channel>::max()) + 1) {
+  for (size_t v = 0; v < itsTable.size(); ++v) itsTable[v] = XClampTruncate<Channel>(Float32(v) - inOffset);
+  // The shift the middle of the range shows, tried on every value.
+  const SInt64 middle = SInt64(itsTable.size() / 2);
+  const SInt64 shift = SInt64(itsTable[size_t(middle)]) - middle;
+  const SInt64 top = SInt64(itsTable.size()) - 1;
+  itsIsClampedShift = true;
+  for (size_t v = 0; v < itsTable.size() && itsIsClampedShift; ++v) {
+    const SInt64 expected = std::clamp<SInt64>(SInt64(v) + shift, 0, top);
+    itsIsClampedShift = SInt64(itsTable[v]) == expected;
+  }
+  itsShift = SInt32(shift);
+}
+
+template class XImageOffsetTable<UInt8>;
+template class XImageOffsetTable<UInt16>;
+
+namespace {
+
+// Rows of channels in place: the clamped shift in vector code, or the table.
+template <class Channel>
+void OffsetChannels(const XImageOffsetTable<Channel>& inTable, Channel* ioRun, UInt64 inCount, bool inSkipAlpha) {
+  if (inTable.IsClampedShift()) {
+    if constexpr (std::is_same_v<Channel, UInt8>)
+      XWideAddClamped(ioRun, inCount, inTable.GetShift(), inSkipAlpha);
+    else
+      XWideAddClamped(ioRun, inCount, inTable.GetShift());
+    return;
+  }
+  for (UInt64 i = 0; i < inCount; ++i)
+    if (!inSkipAlpha || i % 4) ioRun[i] = inTable[ioRun[i]];
+}
+
+// A whole row at a time: the voxels' channels as one array (alpha of ARGB
+// words, the first byte of each, is passed over).
+template <class T, class Channel>
+class XOffsetRunHelper : public XScanHelperBase {
+ public:
+  explicit XOffsetRunHelper(Float32 inOffset) : itsTable(inOffset) {}
+  template <class V>
+  void ScanPixel(T* ioVoxel, V& ioVolume, SInt32 inX, SInt32 inY, SInt32 inZ) {
+    ScanRun(ioVoxel, 1, ioVolume, inX, inY, inZ);
+  }
+  template <class V>
+  void ScanRun(T* ioRun, SInt32 inCount, V&, SInt32, SInt32, SInt32) {
+    constexpr UInt64 kChannels = sizeof(T) / sizeof(Channel);
+    OffsetChannels(itsTable, reinterpret_cast<Channel*>(ioRun), UInt64(inCount) * kChannels,
+                   std::is_same_v<T, XARGB32Colour>);
+  }
+
+ private:
+  XImageOffsetTable<Channel> itsTable;
+};
+
+}  // namespace
+
 template <class V, class Helper>
 void XImageOffsetTool::Run(const XVolume& inSource, XVolume& ioDest) {
   CopySourceIntoDest(inSource, ioDest);
@@ -17,20 +80,27 @@ void XImageOffsetTool::Run(const XVolume& inSource, XVolume& ioDest) {
   XScanVolume(DestAs<V>(ioDest), nullptr, helper, kScanProgressPerRowTimed);
 }
 
+template <class V>
+void XImageOffsetTool::RunTable(const XVolume& inSource, XVolume& ioDest) {
+  using T = typename V::Voxel;
+  using Channel = std::conditional_t<sizeof(T) % 2 == 0 && !std::is_same_v<T, XARGB32Colour>, UInt16, UInt8>;
+  Run<V, XOffsetRunHelper<T, Channel>>(inSource, ioDest);
+}
+
 void XImageOffsetTool::ApplyToolGrey8(const XGrey8Volume& inSource, XVolume& ioDest) {
-  Run<XGrey8Volume, XImageOffsetHelper<UInt8>>(inSource, ioDest);
+  RunTable<XGrey8Volume>(inSource, ioDest);
 }
 void XImageOffsetTool::ApplyToolGrey16(const XGrey16Volume& inSource, XVolume& ioDest) {
-  Run<XGrey16Volume, XImageOffsetHelper<UInt16>>(inSource, ioDest);
+  RunTable<XGrey16Volume>(inSource, ioDest);
 }
 void XImageOffsetTool::ApplyToolFP(const XFPVolume& inSource, XVolume& ioDest) {
   Run<XFPVolume, XImageOffsetHelper<Float32>>(inSource, ioDest);
 }
 void XImageOffsetTool::ApplyToolARGB32(const XARGB32Volume& inSource, XVolume& ioDest) {
-  Run<XARGB32Volume, XImageOffsetColourHelper<XARGB32Colour>>(inSource, ioDest);
+  RunTable<XARGB32Volume>(inSource, ioDest);
 }
 void XImageOffsetTool::ApplyToolRGB48(const XRGB48Volume& inSource, XVolume& ioDest) {
-  Run<XRGB48Volume, XImageOffsetColourHelper<XRGB48Colour>>(inSource, ioDest);
+  RunTable<XRGB48Volume>(inSource, ioDest);
 }
 
 }  // namespace mirelan

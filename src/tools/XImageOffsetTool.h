@@ -3,6 +3,8 @@
 // ARGB32 and RGB48; colours do red, green and blue and keep alpha.
 #pragma once
 
+#include <vector>
+
 #include "core/XExport.h"
 #include "tools/X1To1VolumeTool.h"
 #include "tools/XClampTruncate.h"
@@ -23,6 +25,25 @@ class MIRELAN_EXPORT XImageOffsetHelper : public XScanHelperBase {
 
  private:
   Float32 itsOffset;
+};
+
+// The integer types and integer colour channels take one of few values: the
+// float step above, done once per value into a table, gives the same result.
+// When the table is a shift by a whole number, kept within the type (the
+// common case of a whole offset), rows go through vector code instead.
+template <class Channel>
+class MIRELAN_EXPORT XImageOffsetTable {
+ public:
+  explicit XImageOffsetTable(Float32 inOffset);
+  Channel operator[](Channel inValue) const { return itsTable[inValue]; }
+  // Whether the table is v + delta within [0, max], and that delta.
+  bool IsClampedShift() const { return itsIsClampedShift; }
+  SInt32 GetShift() const { return itsShift; }
+
+ private:
+  std::vector<Channel> itsTable;
+  bool itsIsClampedShift = false;
+  SInt32 itsShift = 0;
 };
 
 template <class C>
@@ -58,6 +79,9 @@ class MIRELAN_EXPORT XImageOffsetTool : public X1To1VolumeTool {
  private:
   template <class V, class Helper>
   void Run(const XVolume& inSource, XVolume& ioDest);
+  // Grey8, Grey16, ARGB32 and RGB48 through the table.
+  template <class V>
+  void RunTable(const XVolume& inSource, XVolume& ioDest);
 
   Float32 itsOffset;
 };

@@ -14,6 +14,7 @@
 #include "tools/internal/XScanLoop.h"
 #include "volume/XMaskVolume.h"
 #include "tools/XScanHelperBase.h"
+#include "tools/XVolumeResampleTool.h"
 
 namespace mirelan {
 
@@ -455,13 +456,18 @@ void X3DRegion::MapCore(const X3DRect& inFrom, const X3DRect& inTo, bool inScale
     return;
   }
   if (itsMask) {
-    // A shrinking map with inScale belongs to the filtered resample
-    // (XVolumeResampleTool, filter mode 1). Until that tool exists both cases
-    // take the conversion copy, which resamples by nearest choice through
-    // XVolumeScaler; either way the result is again a 0/255 mask.
-    (void)inScale;
     std::unique_ptr<XMaskVolume> mask = NewClearedMask(mapped);
-    itsMask->CopyOut(*mask, inPart, mapped, nullptr);
+    if (inScale && inFrom.GetVolume() > inTo.GetVolume()) {
+      // Shrinking with inScale filters (the simple cubic), so that thin parts
+      // are weighed rather than picked or missed. The filtered bytes are put
+      // back to 0 and 255 by the region's own rule, above 127 is inside, so
+      // that every reader of the mask agrees on it.
+      XVolumeResampleTool(kFilterSimple).ApplyTool(*itsMask, *mask, inPart, mapped);
+      mask->Threshold(127);
+    } else {
+      // Otherwise the nearest voxel, through the conversion copy's XVolumeScaler.
+      itsMask->CopyOut(*mask, inPart, mapped, nullptr);
+    }
     itsBounds = mapped;
     ReplaceMask(std::move(mask));
   } else {

@@ -5,6 +5,7 @@
 
 #include "core/XStream.h"
 #include "volume/internal/XBlockLoop.h"
+#include "volume/internal/XWideKernels.h"
 #include "volume/internal/XVolumeInterpolation.h"
 
 namespace mirelan {
@@ -68,33 +69,6 @@ void ForEachVoxelRun(const XPackedVolume<T>& inVolume, Fn inFn) {
 
 template <class T>
 using Promote = typename XPixelTraits<T>::Promote;
-
-// Folds a run into ioLow and ioHigh with one accumulator pair per lane of a
-// block, so that the lanes compare independently.
-template <class T>
-void MinMaxOfRun(const T* __restrict inRun, UInt64 inCount, T& ioLow, T& ioHigh) {
-  T low[kXLoopBlock], high[kXLoopBlock];
-  for (UInt64 k = 0; k < kXLoopBlock; ++k) {
-    low[k] = ioLow;
-    high[k] = ioHigh;
-  }
-  UInt64 i = 0;
-  for (; i + kXLoopBlock <= inCount; i += kXLoopBlock)
-    for (UInt64 k = 0; k < kXLoopBlock; ++k) {
-      const T v = inRun[i + k];
-      low[k] = v < low[k] ? v : low[k];
-      high[k] = v > high[k] ? v : high[k];
-    }
-  for (; i < inCount; ++i) {
-    const T v = inRun[i];
-    ioLow = v < ioLow ? v : ioLow;
-    ioHigh = v > ioHigh ? v : ioHigh;
-  }
-  for (UInt64 k = 0; k < kXLoopBlock; ++k) {
-    ioLow = low[k] < ioLow ? low[k] : ioLow;
-    ioHigh = high[k] > ioHigh ? high[k] : ioHigh;
-  }
-}
 
 }  // namespace
 
@@ -264,7 +238,7 @@ void XNumberVolume<T>::FindMinMax(T& outMin, T& outMax) const {
       low = high = inRun[0];
       first = false;
     }
-    MinMaxOfRun(inRun, inCount, low, high);
+    XWideMinMax(inRun, inCount, low, high);
   });
   outMin = low;
   outMax = high;

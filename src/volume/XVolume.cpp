@@ -3,8 +3,6 @@
 #include <algorithm>
 #include <cmath>
 
-#include <zlib.h>
-
 #include "core/XException.h"
 #include "core/XResourceTracker.h"
 #include "core/XStream.h"
@@ -12,6 +10,7 @@
 #include "volume/XColourVolumes.h"
 #include "volume/XGrey8Volume.h"
 #include "volume/internal/XRegionRuns.h"
+#include "volume/internal/XWideKernels.h"
 #include "volume/XVolumeScaler.h"
 
 namespace mirelan {
@@ -274,16 +273,10 @@ void XVolume::CopyScalingFrom(const XVolume& inSource) {
 
 void XVolume::OffsetBounds(SInt32 inDX, SInt32 inDY, SInt32 inDZ) { itsBounds.Offset(inDX, inDY, inDZ); }
 
-// zlib's crc32 is this CRC and continues from a finished checksum; its
-// length is 32-bit, so large volumes go in slices.
+// zlib's CRC, continued from a finished checksum, by carry-less
+// multiplication where the processor has it.
 void XVolumeCRC::process_bytes(const void* inData, size_t inBytes) {
-  const auto* bytes = static_cast<const Bytef*>(inData);
-  while (inBytes > 0) {
-    uInt slice = static_cast<uInt>(std::min<size_t>(inBytes, 1u << 30));
-    itsChecksum = static_cast<UInt32>(crc32(itsChecksum, bytes, slice));
-    bytes += slice;
-    inBytes -= slice;
-  }
+  itsChecksum = XWideCRC32(itsChecksum, static_cast<const UInt8*>(inData), inBytes);
 }
 
 UInt32 XVolume::CalculateCRC() const {

@@ -84,15 +84,14 @@ XImageRenderer* XMakePlaneRendererFromLUT(XRendererKind inKind, const XStorable&
   }
 }
 
-// Drawing into colour volumes waits for the renderers' drawing calls.
-void XRenderVolume(const XImageRenderer&, const XVolume&, XARGB32Volume&, const X3DRect&, const X3DRect&,
-                   const X3DRegion*) {
-  XAssert(false);
+void XRenderVolume(const XImageRenderer& inRenderer, const XVolume& inSource, XARGB32Volume& outDest,
+                   const X3DRect& inSourceRect, const X3DRect& inDestRect, const X3DRegion* inRegion) {
+  inRenderer.RenderToARGB32Volume(inSource, outDest, inSourceRect, inDestRect, inRegion);
 }
 
-void XRenderVolume(const XImageRenderer&, const XVolume&, XBGRA32Volume&, const X3DRect&, const X3DRect&,
-                   const X3DRegion*) {
-  XAssert(false);
+void XRenderVolume(const XImageRenderer& inRenderer, const XVolume& inSource, XBGRA32Volume& outDest,
+                   const X3DRect& inSourceRect, const X3DRect& inDestRect, const X3DRegion* inRegion) {
+  inRenderer.RenderToBGRA32Volume(inSource, outDest, inSourceRect, inDestRect, inRegion);
 }
 
 }  // namespace mirelan

@@ -4,10 +4,16 @@ namespace mirelan {
 
 XVolumeScaler::XVolumeScaler(const X3DRect& inSource, const X3DRect& inDest, UInt64 inXStride,
                              UInt64 inYStride, UInt64 inZStride)
-    : itsSource(inSource), itsDest(inDest) {
+    : itsSource(inSource), itsDest(inDest), itsXStride(inXStride), itsYStride(inYStride), itsZStride(inZStride) {
   FillArray(itsX, inSource.GetWidth(), inDest.GetWidth(), inXStride);
   FillArray(itsY, inSource.GetHeight(), inDest.GetHeight(), inYStride);
   FillArray(itsZ, inSource.GetDepth(), inDest.GetDepth(), inZStride);
+}
+
+XImageScaler::XImageScaler(const XRect& inSource, const XRect& inDest, UInt64 inXStride, UInt64 inYStride)
+    : itsSource(inSource), itsDest(inDest), itsXStride(inXStride), itsYStride(inYStride) {
+  XVolumeScaler::FillArray(itsX, inSource.GetWidth(), inDest.GetWidth(), inXStride);
+  XVolumeScaler::FillArray(itsY, inSource.GetHeight(), inDest.GetHeight(), inYStride);
 }
 
 void XVolumeScaler::FillArray(std::vector<UInt64>& outTable, UInt32 inSourceLength, UInt32 inDestLength,

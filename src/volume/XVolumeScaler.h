@@ -8,8 +8,31 @@
 #include "core/XExport.h"
 #include "core/XTypes.h"
 #include "geometry/X3DRect.h"
+#include "geometry/XRect.h"
 
 namespace mirelan {
+
+// The same for planes: tables along x and y.
+class MIRELAN_EXPORT XImageScaler {
+ public:
+  XImageScaler(const XRect& inSource, const XRect& inDest, UInt64 inXStride, UInt64 inYStride);
+
+  const XRect& GetSourceRect() const { return itsSource; }
+  const XRect& GetDestRect() const { return itsDest; }
+  UInt64 GetXStride() const { return itsXStride; }
+  UInt64 GetYStride() const { return itsYStride; }
+  UInt64 GetSrcX(UInt32 inIndex) const { return itsX[inIndex]; }
+  UInt64 GetSrcY(UInt32 inIndex) const { return itsY[inIndex]; }
+  const UInt64* GetXTable() const { return itsX.data(); }
+
+ private:
+  XRect itsSource;
+  XRect itsDest;
+  UInt64 itsXStride;
+  UInt64 itsYStride;
+  std::vector<UInt64> itsX;
+  std::vector<UInt64> itsY;
+};
 
 class MIRELAN_EXPORT XVolumeScaler {
  public:
@@ -21,6 +44,9 @@ class MIRELAN_EXPORT XVolumeScaler {
 
   const X3DRect& GetSourceRect() const { return itsSource; }
   const X3DRect& GetDestRect() const { return itsDest; }
+  UInt64 GetXStride() const { return itsXStride; }
+  UInt64 GetYStride() const { return itsYStride; }
+  UInt64 GetZStride() const { return itsZStride; }
   UInt64 GetSrcX(UInt32 inIndex) const { return itsX[inIndex]; }
   UInt64 GetSrcY(UInt32 inIndex) const { return itsY[inIndex]; }
   UInt64 GetSrcZ(UInt32 inIndex) const { return itsZ[inIndex]; }
@@ -36,6 +62,9 @@ class MIRELAN_EXPORT XVolumeScaler {
  private:
   X3DRect itsSource;
   X3DRect itsDest;
+  UInt64 itsXStride;
+  UInt64 itsYStride;
+  UInt64 itsZStride;
   std::vector<UInt64> itsX;
   std::vector<UInt64> itsY;
   std::vector<UInt64> itsZ;

@@ -11,10 +11,12 @@ using namespace mirelan;
 
 namespace {
 
-// A compressed page may decode to 4096 times its bytes, a 1-bit page grows
-// eightfold into bytes and small samples fourfold into floats.
-constexpr UInt64 kBytesPerInputByte = 4096 * 8 * 4;
-constexpr UInt64 kAllowance = UInt64(64) << 20;
+// The reader lets pages decode to 4096 times their stored bytes plus 1 MiB;
+// in volumes a 1-bit sample takes a byte (eight times) and a small sample
+// may become a float (four times).
+constexpr UInt64 kExpansion = 8 * 4;
+constexpr UInt64 kBytesPerInputByte = 4096 * kExpansion;
+constexpr UInt64 kAllowance = (UInt64(1) << 20) * kExpansion + (UInt64(16) << 20);
 
 }  // namespace
 

@@ -3,6 +3,9 @@
 // back into each type (clamped at both ends, truncated), alpha kept, the
 // weights' bounds limiting the blend, and the types refused.
 #include <cmath>
+
+#include "core/XInstructionSet.h"
+#include "tools/XClampTruncate.h"
 #include <limits>
 #include <memory>
 #include <vector>
@@ -59,6 +62,44 @@ TEST_F(ToolTest, InvertKeepsTheFirstMaximumForLaterPixelTypes) {
 }
 
 // ---------------------------------------------------------------- offset
+
+// Every value of the type through the tool, against the float step itself,
+// on every instruction-set path: whole offsets take vector code, the others
+// the table, and neither may differ from the step by a single value.
+TEST_F(ToolTest, OffsetEqualsTheFloatStepForEveryValueOnEveryPath) {
+  const XInstructionSet saved = XLimitInstructionSet(XInstructionSet::kAVX512);
+  XGrey16Volume grey16(256, 256, 1);
+  XARGB32Volume colour(256, 4, 1);
+  for (UInt8 set = 0; set <= UInt8(XGetProcessorInstructionSet()); ++set) {
+    XLimitInstructionSet(XInstructionSet(set));
+    for (Float32 offset : {0.0f, 10.0f, -10.0f, 0.5f, -0.25f, 0.001f, 300.0f, -70000.0f, 65535.5f}) {
+      SCOPED_TRACE(std::to_string(set) + " offset " + std::to_string(offset));
+      {
+        XLock lock(grey16, kLockWrite);
+        for (UInt32 v = 0; v < 65536; ++v) grey16.GetBaseVoxelPtr()[v] = UInt16(v);
+      }
+      XImageOffsetTool(offset).ApplyToolInPlace(grey16);
+      XLock lock(grey16, kLockRead);
+      for (UInt32 v = 0; v < 65536; ++v)
+        ASSERT_EQ(grey16.GetBaseVoxelPtr()[v], XClampTruncate<UInt16>(Float32(v) - offset)) << v;
+    }
+    for (Float32 offset : {7.0f, -7.0f, 2.5f}) {
+      {
+        XLock lock(colour, kLockWrite);
+        for (UInt32 i = 0; i < 1024; ++i) colour.GetBaseVoxelPtr()[i] = XARGB32Colour(UInt8(i * 7), UInt8(i), UInt8(i >> 2), UInt8(255 - i));
+      }
+      XImageOffsetTool(offset).ApplyToolInPlace(colour);
+      XLock lock(colour, kLockRead);
+      for (UInt32 i = 0; i < 1024; ++i) {
+        const XARGB32Colour c = colour.GetBaseVoxelPtr()[i];
+        ASSERT_EQ(c.alpha, UInt8(i * 7)) << i;  // alpha kept
+        ASSERT_EQ(c.red, XClampTruncate<UInt8>(Float32(UInt8(i)) - offset)) << i;
+        ASSERT_EQ(c.blue, XClampTruncate<UInt8>(Float32(UInt8(255 - i)) - offset)) << i;
+      }
+    }
+  }
+  XLimitInstructionSet(saved);
+}
 
 TEST_F(ToolTest, OffsetClampsIntegerTypesAtBothEndsAndTruncates) {
   XImageOffsetTool down(10.0f), up(-10.0f), half(0.5f);

@@ -19,6 +19,7 @@
 #include "volume/internal/XBlockLoop.h"
 #include "volume/XPackedVolume.h"
 #include "volume/internal/XRegionRuns.h"
+#include "volume/internal/XWideKernels.h"
 #include "volume/XVolumeScaler.h"
 
 namespace mirelan {
@@ -260,12 +261,20 @@ struct XConverterFor {
                                                     XGreyLevelConverter<S, D>>>>>>;
 };
 
-// One run of voxels, in blocks the compiler turns into vector code.
+// One run of voxels, in blocks the compiler turns into vector code; colour
+// words to 8-bit grey have a kernel for each instruction set.
 template <class Converter, class S, class D>
 inline void XConvertRun(const Converter& inConverter, const S* __restrict inSource, D* __restrict outDest,
                         UInt64 inCount) {
-  XForEachPair(inSource, outDest, inCount,
-               [converter = inConverter](const S* inFrom, D* outTo) { converter.CopyVoxelPtr(inFrom, outTo); });
+  if constexpr (std::is_same_v<Converter, XColourAverageConverter<S, D>> && sizeof(S) == 4 &&
+                std::is_same_v<D, UInt8>) {
+    using Layout = typename XPixelTraits<S>::Layout;
+    XWideColourAverage(reinterpret_cast<const UInt8*>(inSource), outDest, inCount, UInt32(offsetof(Layout, red)),
+                       UInt32(offsetof(Layout, green)), UInt32(offsetof(Layout, blue)));
+  } else {
+    XForEachPair(inSource, outDest, inCount,
+                 [converter = inConverter](const S* inFrom, D* outTo) { converter.CopyVoxelPtr(inFrom, outTo); });
+  }
 }
 
 template <class Converter, class S, class D>

@@ -1,0 +1,299 @@
+#include "volume/internal/XWideKernels.h"
+
+#include <immintrin.h>
+#include <zlib.h>
+
+#include <algorithm>
+#include <cstring>
+#include <limits>
+#include <type_traits>
+
+#include "core/XInstructionSet.h"
+
+namespace mirelan {
+
+namespace {
+
+// ---------------------------------------------------------------- minimum and maximum
+
+// GCC's vector of kBytes bytes of T (a typedef in a class: the attribute
+// does not apply to a dependent alias).
+template <class T, int kBytes>
+struct XVector {
+  typedef T Type __attribute__((vector_size(kBytes)));
+};
+
+// One body for every width: GCC's vector types become the instructions of
+// the target of the function it is inlined into. Integers may be folded in
+// any lane order; floats use sixteen lanes, element i in lane i % 16, folded
+// as the plain loop folds them (tail first, then lanes 0 to 15), so that
+// even the sign of a zero comes out the same on every path.
+template <class T, int kBytes>
+inline __attribute__((always_inline)) void MinMaxBody(const T* inRun, UInt64 inCount, T& ioLow, T& ioHigh) {
+  using V = typename XVector<T, kBytes>::Type;
+  constexpr int kLanes = kBytes / int(sizeof(T));
+  constexpr int kVectors = std::is_floating_point_v<T> ? 16 / kLanes : 4;
+  constexpr UInt64 kStep = UInt64(kLanes) * kVectors;
+  V low[kVectors], high[kVectors];
+  for (int k = 0; k < kVectors; ++k)
+    for (int l = 0; l < kLanes; ++l) {
+      low[k][l] = ioLow;
+      high[k][l] = ioHigh;
+    }
+  UInt64 i = 0;
+  for (; i + kStep <= inCount; i += kStep)
+    for (int k = 0; k < kVectors; ++k) {
+      V v;
+      std::memcpy(&v, inRun + i + UInt64(k) * kLanes, kBytes);
+      low[k] = v < low[k] ? v : low[k];
+      high[k] = v > high[k] ? v : high[k];
+    }
+  for (; i < inCount; ++i) {
+    const T v = inRun[i];
+    ioLow = v < ioLow ? v : ioLow;
+    ioHigh = v > ioHigh ? v : ioHigh;
+  }
+  for (int k = 0; k < kVectors; ++k)
+    for (int l = 0; l < kLanes; ++l) {
+      ioLow = low[k][l] < ioLow ? low[k][l] : ioLow;
+      ioHigh = high[k][l] > ioHigh ? high[k][l] : ioHigh;
+    }
+}
+
+template <class T>
+void MinMaxSSE2(const T* inRun, UInt64 inCount, T& ioLow, T& ioHigh) {
+  MinMaxBody<T, 16>(inRun, inCount, ioLow, ioHigh);
+}
+
+template <class T>
+__attribute__((target("avx2"))) void MinMaxAVX2(const T* inRun, UInt64 inCount, T& ioLow, T& ioHigh) {
+  MinMaxBody<T, 32>(inRun, inCount, ioLow, ioHigh);
+}
+
+template <class T>
+__attribute__((target("avx512f,avx512bw,avx512vl"))) void MinMaxAVX512(const T* inRun, UInt64 inCount, T& ioLow,
+                                                                      T& ioHigh) {
+  MinMaxBody<T, 64>(inRun, inCount, ioLow, ioHigh);
+}
+
+template <class T>
+void MinMax(const T* inRun, UInt64 inCount, T& ioLow, T& ioHigh) {
+  switch (XGetInstructionSet()) {
+    case XInstructionSet::kAVX512: return MinMaxAVX512(inRun, inCount, ioLow, ioHigh);
+    case XInstructionSet::kAVX2: return MinMaxAVX2(inRun, inCount, ioLow, ioHigh);
+    case XInstructionSet::kSSE2: return MinMaxSSE2(inRun, inCount, ioLow, ioHigh);
+  }
+}
+
+// ---------------------------------------------------------------- clamped addition
+
+// v + d within [0, max]: adds min(d, max - v) for d >= 0, takes min(-d, v)
+// for d < 0, lane by lane with the lane's own d (0 leaves a lane alone).
+template <class T, int kBytes>
+inline __attribute__((always_inline)) void AddClampedBody(T* ioValues, UInt64 inCount, SInt32 inDelta,
+                                                          UInt32 inPeriod, const T* inLaneDelta) {
+  using V = typename XVector<T, kBytes>::Type;
+  constexpr int kLanes = kBytes / int(sizeof(T));
+  constexpr T kMax = std::numeric_limits<T>::max();
+  V d;
+  for (int l = 0; l < kLanes; ++l) d[l] = inLaneDelta[l % inPeriod];
+  const V top = V{} + kMax;
+  UInt64 i = 0;
+  for (; i + kLanes <= inCount; i += kLanes) {
+    V v;
+    std::memcpy(&v, ioValues + i, kBytes);
+    if (inDelta >= 0) {
+      const V room = top - v;
+      v = v + (room < d ? room : d);
+    } else {
+      v = v - (v < d ? v : d);
+    }
+    std::memcpy(ioValues + i, &v, kBytes);
+  }
+  for (; i < inCount; ++i) {
+    const SInt64 lane = inLaneDelta[i % inPeriod];
+    const SInt64 value = SInt64(ioValues[i]) + (inDelta >= 0 ? lane : -lane);
+    ioValues[i] = T(value < 0 ? 0 : value > kMax ? kMax : value);
+  }
+}
+
+template <class T>
+void AddClampedSSE2(T* ioValues, UInt64 inCount, SInt32 inDelta, UInt32 inPeriod, const T* inLaneDelta) {
+  AddClampedBody<T, 16>(ioValues, inCount, inDelta, inPeriod, inLaneDelta);
+}
+
+template <class T>
+__attribute__((target("avx2"))) void AddClampedAVX2(T* ioValues, UInt64 inCount, SInt32 inDelta, UInt32 inPeriod,
+                                                    const T* inLaneDelta) {
+  AddClampedBody<T, 32>(ioValues, inCount, inDelta, inPeriod, inLaneDelta);
+}
+
+template <class T>
+__attribute__((target("avx512f,avx512bw,avx512vl"))) void AddClampedAVX512(T* ioValues, UInt64 inCount,
+                                                                          SInt32 inDelta, UInt32 inPeriod,
+                                                                          const T* inLaneDelta) {
+  AddClampedBody<T, 64>(ioValues, inCount, inDelta, inPeriod, inLaneDelta);
+}
+
+// The size of the change per lane, repeating with inPeriod; the sign is
+// the same for every lane and given apart.
+template <class T>
+void AddClamped(T* ioValues, UInt64 inCount, SInt32 inDelta, UInt32 inPeriod, const T* inLaneDelta) {
+  switch (XGetInstructionSet()) {
+    case XInstructionSet::kAVX512: return AddClampedAVX512(ioValues, inCount, inDelta, inPeriod, inLaneDelta);
+    case XInstructionSet::kAVX2: return AddClampedAVX2(ioValues, inCount, inDelta, inPeriod, inLaneDelta);
+    case XInstructionSet::kSSE2: return AddClampedSSE2(ioValues, inCount, inDelta, inPeriod, inLaneDelta);
+  }
+}
+
+template <class T>
+T Magnitude(SInt32 inDelta) {
+  const SInt64 size = inDelta < 0 ? -SInt64(inDelta) : SInt64(inDelta);
+  return T(std::min<SInt64>(size, std::numeric_limits<T>::max()));
+}
+
+// ---------------------------------------------------------------- colour to grey
+
+// x / 3 for x up to 98303 as a multiply and a shift.
+constexpr UInt32 kThirdMultiplier = 43691;
+constexpr UInt32 kThirdShift = 17;
+
+template <int kBytes>
+inline __attribute__((always_inline)) void AverageBody(const UInt8* inWords, UInt8* outGrey, UInt64 inCount,
+                                                       UInt32 inRed, UInt32 inGreen, UInt32 inBlue) {
+  using V = typename XVector<UInt32, kBytes>::Type;
+  constexpr int kLanes = kBytes / 4;
+  using Bytes = typename XVector<UInt8, kLanes>::Type;
+  const UInt32 red = 8 * inRed, green = 8 * inGreen, blue = 8 * inBlue;
+  UInt64 i = 0;
+  for (; i + kLanes <= inCount; i += kLanes) {
+    V w;
+    std::memcpy(&w, inWords + 4 * i, kBytes);
+    const V sum = ((w >> red) & 0xFF) + ((w >> green) & 0xFF) + ((w >> blue) & 0xFF);
+    const Bytes grey = __builtin_convertvector((sum * kThirdMultiplier) >> kThirdShift, Bytes);
+    std::memcpy(outGrey + i, &grey, kLanes);
+  }
+  for (; i < inCount; ++i) {
+    const UInt8* w = inWords + 4 * i;
+    outGrey[i] = UInt8((UInt32(w[inRed]) + w[inGreen] + w[inBlue]) / 3);
+  }
+}
+
+void AverageSSE2(const UInt8* inWords, UInt8* outGrey, UInt64 inCount, UInt32 r, UInt32 g, UInt32 b) {
+  AverageBody<16>(inWords, outGrey, inCount, r, g, b);
+}
+__attribute__((target("avx2"))) void AverageAVX2(const UInt8* inWords, UInt8* outGrey, UInt64 inCount, UInt32 r,
+                                                 UInt32 g, UInt32 b) {
+  AverageBody<32>(inWords, outGrey, inCount, r, g, b);
+}
+__attribute__((target("avx512f,avx512bw,avx512vl"))) void AverageAVX512(const UInt8* inWords, UInt8* outGrey,
+                                                                        UInt64 inCount, UInt32 r, UInt32 g, UInt32 b) {
+  AverageBody<64>(inWords, outGrey, inCount, r, g, b);
+}
+
+// ---------------------------------------------------------------- CRC-32
+
+// One step of the fold: inInto carried over 128 bits onto inNext.
+__attribute__((target("pclmul,sse4.1"))) inline __m128i Fold(__m128i inInto, __m128i inNext, __m128i inK) {
+  const __m128i low = _mm_clmulepi64_si128(inInto, inK, 0x00);
+  return _mm_xor_si128(_mm_xor_si128(_mm_clmulepi64_si128(inInto, inK, 0x11), inNext), low);
+}
+
+__attribute__((target("pclmul,sse4.1"))) inline __m128i Load(const UInt8* inBytes) {
+  return _mm_loadu_si128(reinterpret_cast<const __m128i*>(inBytes));
+}
+
+// Folding by carry-less multiplication, four blocks of 16 bytes at a time,
+// then a Barrett reduction; inState is zlib's internal (inverted) state and
+// inCount a multiple of 16, at least 64.
+__attribute__((target("pclmul,sse4.1"))) UInt32 FoldCRC32(UInt32 inState, const UInt8* inBytes, UInt64 inCount) {
+  alignas(16) static const UInt64 kK1K2[2] = {0x0154442bd4, 0x01c6e41596};
+  alignas(16) static const UInt64 kK3K4[2] = {0x01751997d0, 0x00ccaa009e};
+  alignas(16) static const UInt64 kK5K0[2] = {0x0163cd6124, 0x0000000000};
+  alignas(16) static const UInt64 kPoly[2] = {0x01db710641, 0x01f7011641};
+  __m128i x1 = Load(inBytes), x2 = Load(inBytes + 16), x3 = Load(inBytes + 32), x4 = Load(inBytes + 48);
+  x1 = _mm_xor_si128(x1, _mm_cvtsi32_si128(int(inState)));
+  __m128i x0 = _mm_load_si128(reinterpret_cast<const __m128i*>(kK1K2));
+  inBytes += 64;
+  inCount -= 64;
+  while (inCount >= 64) {
+    x1 = Fold(x1, Load(inBytes), x0);
+    x2 = Fold(x2, Load(inBytes + 16), x0);
+    x3 = Fold(x3, Load(inBytes + 32), x0);
+    x4 = Fold(x4, Load(inBytes + 48), x0);
+    inBytes += 64;
+    inCount -= 64;
+  }
+  // Four lanes into one.
+  x0 = _mm_load_si128(reinterpret_cast<const __m128i*>(kK3K4));
+  x1 = Fold(Fold(Fold(x1, x2, x0), x3, x0), x4, x0);
+  for (; inCount >= 16; inBytes += 16, inCount -= 16) x1 = Fold(x1, Load(inBytes), x0);
+  // 128 bits to 64.
+  __m128i x2b = _mm_clmulepi64_si128(x1, x0, 0x10);
+  const __m128i mask = _mm_setr_epi32(~0, 0, ~0, 0);
+  x1 = _mm_xor_si128(_mm_srli_si128(x1, 8), x2b);
+  x0 = _mm_loadl_epi64(reinterpret_cast<const __m128i*>(kK5K0));
+  x2b = _mm_srli_si128(x1, 4);
+  x1 = _mm_xor_si128(_mm_clmulepi64_si128(_mm_and_si128(x1, mask), x0, 0x00), x2b);
+  // Barrett reduction to 32 bits.
+  x0 = _mm_load_si128(reinterpret_cast<const __m128i*>(kPoly));
+  x2b = _mm_clmulepi64_si128(_mm_and_si128(x1, mask), x0, 0x10);
+  x2b = _mm_clmulepi64_si128(_mm_and_si128(x2b, mask), x0, 0x00);
+  x1 = _mm_xor_si128(x1, x2b);
+  return UInt32(_mm_extract_epi32(x1, 1));
+}
+
+// zlib's crc32 takes 32-bit lengths.
+UInt32 ZlibCRC32(UInt32 inChecksum, const UInt8* inBytes, UInt64 inCount) {
+  while (inCount > 0) {
+    const uInt slice = uInt(std::min<UInt64>(inCount, UInt64(1) << 30));
+    inChecksum = UInt32(crc32(inChecksum, inBytes, slice));
+    inBytes += slice;
+    inCount -= slice;
+  }
+  return inChecksum;
+}
+
+}  // namespace
+
+void XWideMinMax(const UInt8* inRun, UInt64 inCount, UInt8& ioLow, UInt8& ioHigh) {
+  MinMax(inRun, inCount, ioLow, ioHigh);
+}
+void XWideMinMax(const UInt16* inRun, UInt64 inCount, UInt16& ioLow, UInt16& ioHigh) {
+  MinMax(inRun, inCount, ioLow, ioHigh);
+}
+void XWideMinMax(const UInt32* inRun, UInt64 inCount, UInt32& ioLow, UInt32& ioHigh) {
+  MinMax(inRun, inCount, ioLow, ioHigh);
+}
+void XWideMinMax(const Float32* inRun, UInt64 inCount, Float32& ioLow, Float32& ioHigh) {
+  MinMax(inRun, inCount, ioLow, ioHigh);
+}
+
+void XWideAddClamped(UInt8* ioValues, UInt64 inCount, SInt32 inDelta, bool inSkipAlpha) {
+  const UInt8 size = Magnitude<UInt8>(inDelta);
+  const UInt8 lanes[4] = {inSkipAlpha ? UInt8(0) : size, size, size, size};
+  AddClamped(ioValues, inCount, inDelta, 4, lanes);
+}
+
+void XWideAddClamped(UInt16* ioValues, UInt64 inCount, SInt32 inDelta) {
+  const UInt16 size = Magnitude<UInt16>(inDelta);
+  AddClamped(ioValues, inCount, inDelta, 1, &size);
+}
+
+void XWideColourAverage(const UInt8* inWords, UInt8* outGrey, UInt64 inCount, UInt32 inRedByte, UInt32 inGreenByte,
+                        UInt32 inBlueByte) {
+  switch (XGetInstructionSet()) {
+    case XInstructionSet::kAVX512: return AverageAVX512(inWords, outGrey, inCount, inRedByte, inGreenByte, inBlueByte);
+    case XInstructionSet::kAVX2: return AverageAVX2(inWords, outGrey, inCount, inRedByte, inGreenByte, inBlueByte);
+    case XInstructionSet::kSSE2: return AverageSSE2(inWords, outGrey, inCount, inRedByte, inGreenByte, inBlueByte);
+  }
+}
+
+UInt32 XWideCRC32(UInt32 inChecksum, const UInt8* inBytes, UInt64 inCount) {
+  if (inCount < 64 || !XProcessorHasCarrylessMultiply()) return ZlibCRC32(inChecksum, inBytes, inCount);
+  const UInt64 folded = inCount & ~UInt64(15);
+  const UInt32 state = FoldCRC32(~inChecksum, inBytes, folded);
+  return ZlibCRC32(~state, inBytes + folded, inCount - folded);
+}
+
+}  // namespace mirelan

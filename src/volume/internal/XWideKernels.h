@@ -1,0 +1,32 @@
+// Kernels with forms for SSE2, AVX2 and AVX-512, chosen at each call from
+// XGetInstructionSet(). Every form gives the same result as the plain loop
+// it replaces, bit for bit.
+#pragma once
+
+#include "core/XTypes.h"
+
+namespace mirelan {
+
+// Folds the run into ioLow and ioHigh: v < low takes v, v > high takes v (so
+// a NaN never enters), in the order of the sixteen-lane plain loop.
+void XWideMinMax(const UInt8* inRun, UInt64 inCount, UInt8& ioLow, UInt8& ioHigh);
+void XWideMinMax(const UInt16* inRun, UInt64 inCount, UInt16& ioLow, UInt16& ioHigh);
+void XWideMinMax(const UInt32* inRun, UInt64 inCount, UInt32& ioLow, UInt32& ioHigh);
+void XWideMinMax(const Float32* inRun, UInt64 inCount, Float32& ioLow, Float32& ioHigh);
+
+// v + inDelta kept within [0, max] of the type, in place. With
+// inSkipAlpha, every fourth byte from the first (the alpha of ARGB words)
+// stays as it is.
+void XWideAddClamped(UInt8* ioValues, UInt64 inCount, SInt32 inDelta, bool inSkipAlpha = false);
+void XWideAddClamped(UInt16* ioValues, UInt64 inCount, SInt32 inDelta);
+
+// (red + green + blue) / 3 of 4-byte colour words into bytes; the channels
+// lie at the given byte offsets of each word.
+void XWideColourAverage(const UInt8* inWords, UInt8* outGrey, UInt64 inCount, UInt32 inRedByte, UInt32 inGreenByte,
+                        UInt32 inBlueByte);
+
+// The running CRC-32 (reflected, polynomial 0x04C11DB7) of zlib's crc32:
+// inChecksum is the checksum so far, the result the checksum with the bytes.
+UInt32 XWideCRC32(UInt32 inChecksum, const UInt8* inBytes, UInt64 inCount);
+
+}  // namespace mirelan

@@ -1,0 +1,128 @@
+// The kernels with several instruction-set forms: every form the processor
+// has gives what the plain loop gives, bit for bit.
+#include <gtest/gtest.h>
+
+#include <zlib.h>
+
+#include <cmath>
+#include <cstring>
+#include <limits>
+#include <random>
+#include <vector>
+
+#include "core/XInstructionSet.h"
+#include "volume/internal/XWideKernels.h"
+
+using namespace mirelan;
+
+namespace {
+
+// Runs inCheck once for each instruction set this processor has.
+template <class Check>
+void ForEveryPath(Check inCheck) {
+  const XInstructionSet saved = XLimitInstructionSet(XInstructionSet::kAVX512);
+  for (UInt8 set = 0; set <= UInt8(XGetProcessorInstructionSet()); ++set) {
+    XLimitInstructionSet(XInstructionSet(set));
+    SCOPED_TRACE("instruction set " + std::to_string(set));
+    inCheck();
+  }
+  XLimitInstructionSet(saved);
+}
+
+// The plain sixteen-lane fold the library used before the wide forms.
+template <class T>
+void PlainMinMax(const T* inRun, UInt64 inCount, T& ioLow, T& ioHigh) {
+  T low[16], high[16];
+  for (int k = 0; k < 16; ++k) low[k] = ioLow, high[k] = ioHigh;
+  UInt64 i = 0;
+  for (; i + 16 <= inCount; i += 16)
+    for (int k = 0; k < 16; ++k) {
+      const T v = inRun[i + k];
+      low[k] = v < low[k] ? v : low[k];
+      high[k] = v > high[k] ? v : high[k];
+    }
+  for (; i < inCount; ++i) {
+    ioLow = inRun[i] < ioLow ? inRun[i] : ioLow;
+    ioHigh = inRun[i] > ioHigh ? inRun[i] : ioHigh;
+  }
+  for (int k = 0; k < 16; ++k) {
+    ioLow = low[k] < ioLow ? low[k] : ioLow;
+    ioHigh = high[k] > ioHigh ? high[k] : ioHigh;
+  }
+}
+
+template <class T>
+void ExpectSameMinMax(const std::vector<T>& inData) {
+  for (UInt64 start : {0, 1, 3})
+    for (UInt64 count : {UInt64(0), UInt64(1), UInt64(15), UInt64(64), UInt64(129), inData.size() - start}) {
+      if (start + count > inData.size() || count == 0) continue;
+      T low = inData[start], high = inData[start], wideLow = low, wideHigh = high;
+      PlainMinMax(inData.data() + start, count, low, high);
+      XWideMinMax(inData.data() + start, count, wideLow, wideHigh);
+      EXPECT_EQ(std::memcmp(&low, &wideLow, sizeof(T)), 0) << start << " " << count;
+      EXPECT_EQ(std::memcmp(&high, &wideHigh, sizeof(T)), 0) << start << " " << count;
+    }
+}
+
+}  // namespace
+
+TEST(WideKernels, MinMaxOfEveryTypeOnEveryPath) {
+  std::mt19937 random(7);
+  std::vector<UInt8> bytes(1001);
+  std::vector<UInt16> shorts(1003);
+  std::vector<UInt32> words(997);
+  for (auto& v : bytes) v = UInt8(random());
+  for (auto& v : shorts) v = UInt16(random());
+  for (auto& v : words) v = UInt32(random());
+  // Zeros of both signs and NaNs, where lane order could show.
+  std::vector<Float32> floats(1000);
+  for (size_t i = 0; i < floats.size(); ++i)
+    floats[i] = i % 7 == 0 ? (i % 2 ? -0.0f : 0.0f) : i % 13 == 0 ? std::numeric_limits<Float32>::quiet_NaN()
+                                                                     : Float32(SInt32(random() % 2001) - 1000) / 1000.0f;
+  std::vector<Float32> zeros(100, 0.0f);
+  zeros[37] = -0.0f;
+  ForEveryPath([&] {
+    ExpectSameMinMax(bytes);
+    ExpectSameMinMax(shorts);
+    ExpectSameMinMax(words);
+    ExpectSameMinMax(floats);
+    ExpectSameMinMax(zeros);
+  });
+}
+
+TEST(WideKernels, CRC32AgreesWithZlibForEveryLengthAndStart) {
+  std::mt19937 random(11);
+  std::vector<UInt8> data(5 << 20);
+  for (auto& b : data) b = UInt8(random());
+  ForEveryPath([&] {
+    for (UInt64 length = 0; length <= 300; ++length)
+      for (UInt64 start : {0, 5}) {
+        const UInt32 seed = length % 3 ? 0 : 0x12345678;
+        ASSERT_EQ(XWideCRC32(seed, data.data() + start, length),
+                  UInt32(crc32(seed, data.data() + start, uInt(length))))
+            << length << " from " << start;
+      }
+    EXPECT_EQ(XWideCRC32(0, data.data() + 1, data.size() - 1), UInt32(crc32(0, data.data() + 1, uInt(data.size() - 1))));
+  });
+}
+
+TEST(WideKernels, ColourAverageOfEveryChannelSumOnEveryPath) {
+  // Words whose red, green and blue run through all sums 0 .. 765.
+  std::vector<UInt8> words;
+  for (UInt32 i = 0; i < 3 * 256 + 7; ++i) {
+    const UInt8 r = UInt8(std::min<UInt32>(i, 255)), g = UInt8(std::min<UInt32>(i > 255 ? i - 255 : 0, 255)),
+                b = UInt8(i > 510 ? std::min<UInt32>(i - 510, 255) : 0);
+    words.insert(words.end(), {UInt8(i * 31), r, g, b});
+  }
+  const UInt64 count = words.size() / 4;
+  ForEveryPath([&] {
+    for (UInt32 start : {0u, 1u, 5u}) {
+      std::vector<UInt8> grey(count, 0);
+      XWideColourAverage(words.data() + 4 * start, grey.data(), count - start, 1, 2, 3);
+      for (UInt64 i = 0; i + start < count; ++i) {
+        const UInt8* w = &words[4 * (i + start)];
+        ASSERT_EQ(grey[i], (UInt32(w[1]) + w[2] + w[3]) / 3) << i;
+      }
+    }
+  });
+}
