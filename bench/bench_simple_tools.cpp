@@ -102,7 +102,7 @@ template <class V, int kTenths>
 void BM_OffsetInPlace(benchmark::State& state) {
   const X3DRect box = BoxFor<V>(state);
   auto volume = MakeVolume<V>(box, 4);
-  XImageOffsetTool tool(Float32(kTenths) / 10.0f);
+  XImageOffsetTool tool{Float32(kTenths) / 10.0f};
   for (auto _ : state) {
     tool.ApplyToolInPlace(*volume);
     benchmark::ClobberMemory();
