@@ -489,7 +489,7 @@ class XStackReader {
       } else {
         raw.resize(itsFormat.PlaneBytes());
         itsFile.ReadRaw(itsFirstDataOffset + i * itsFormat.PlaneBytes(), raw.data(), raw.size());
-        if (TIFFIsByteSwapped(tif)) SwapSamples(raw);
+        if (TIFFIsByteSwapped(tif)) SwapSamples(raw.data(), raw.size());
         pixels = &raw;
       }
       Place(*pixels, itsLayout.itsPlanes[i], ioStack);
@@ -517,10 +517,20 @@ class XStackReader {
     const UInt32 rowsPerStrip = std::min(Field<UInt32>(tif, TIFFTAG_ROWSPERSTRIP, itsFormat.itsHeight), itsFormat.itsHeight);
     if (rowsPerStrip == 0) itsFile.Fail(kErrBadImageFile, "strips of no rows");
     const UInt64 rowBytes = UInt64(itsFormat.itsWidth) * itsFormat.SampleBytes();
+    const bool raw = itsFormat.itsCompression == COMPRESSION_NONE;
     for (UInt32 y = 0; y < itsFormat.itsHeight; y += rowsPerStrip) {
       const UInt32 rows = std::min(rowsPerStrip, itsFormat.itsHeight - y);
-      if (TIFFReadEncodedStrip(tif, TIFFComputeStrip(tif, y, 0), plane + y * rowBytes, tmsize_t(rowBytes * rows)) < 0)
+      const tstrip_t strip = TIFFComputeStrip(tif, y, 0);
+      UInt8* to = plane + y * rowBytes;
+      if (raw) {
+        // Uncompressed strips go from the file straight into the plane, one
+        // read each; libtiff's own reading costs a seek and a read per call.
+        if (TIFFGetStrileByteCount(tif, strip) < rowBytes * rows) itsFile.Fail(kErrBadImageFile, "a strip is short");
+        itsFile.ReadRaw(TIFFGetStrileOffset(tif, strip), to, rowBytes * rows);
+        if (TIFFIsByteSwapped(tif)) SwapSamples(to, rowBytes * rows);
+      } else if (TIFFReadEncodedStrip(tif, strip, to, tmsize_t(rowBytes * rows)) < 0) {
         itsFile.Fail(kErrBadImageFile, "a strip cannot be decoded");
+      }
     }
     return true;
   }
@@ -535,12 +545,12 @@ class XStackReader {
       itsFile.Fail(kErrBadImageFile, "a page cannot be read");
   }
 
-  void SwapSamples(std::vector<UInt8>& ioRaw) const {
+  void SwapSamples(UInt8* ioRaw, UInt64 inBytes) const {
     const UInt64 bytes = itsFormat.SampleBytes();
-    if (bytes == 2) SwapBuffer16(ioRaw.data(), ioRaw.size() / 2);
-    if (bytes == 4) SwapBuffer32(ioRaw.data(), ioRaw.size() / 4);
+    if (bytes == 2) SwapBuffer16(ioRaw, inBytes / 2);
+    if (bytes == 4) SwapBuffer32(ioRaw, inBytes / 4);
     if (bytes == 8)
-      for (size_t i = 0; i + 8 <= ioRaw.size(); i += 8) std::reverse(ioRaw.begin() + i, ioRaw.begin() + i + 8);
+      for (UInt64 i = 0; i + 8 <= inBytes; i += 8) std::reverse(ioRaw + i, ioRaw + i + 8);
   }
 
   void Place(const std::vector<UInt8>& inPixels, const XPlaneIndex& inWhere, XImageStack& ioStack) const {

@@ -36,39 +36,35 @@ template class XImageOffsetTable<UInt16>;
 
 namespace {
 
-// Rows of channels in place: the clamped shift in vector code, or the table.
-template <class Channel>
-void OffsetChannels(const XImageOffsetTable<Channel>& inTable, Channel* ioRun, UInt64 inCount, bool inSkipAlpha) {
-  if (inTable.IsClampedShift()) {
-    if constexpr (std::is_same_v<Channel, UInt8>)
-      XWideAddClamped(ioRun, inCount, inTable.GetShift(), inSkipAlpha);
-    else
-      XWideAddClamped(ioRun, inCount, inTable.GetShift());
-    return;
-  }
-  for (UInt64 i = 0; i < inCount; ++i)
-    if (!inSkipAlpha || i % 4) ioRun[i] = inTable[ioRun[i]];
-}
-
 // A whole row at a time: the voxels' channels as one array (alpha of ARGB
-// words, the first byte of each, is passed over).
+// words, the first byte of each, is passed over), through the clamped shift
+// in vector code or else through the table.
 template <class T, class Channel>
 class XOffsetRunHelper : public XScanHelperBase {
  public:
-  explicit XOffsetRunHelper(Float32 inOffset) : itsTable(inOffset) {}
+  static constexpr bool kSkipAlpha = std::is_same_v<T, XARGB32Colour>;
+
+  explicit XOffsetRunHelper(Float32 inOffset)
+      : itsTable(inOffset), itsShift(itsTable.GetShift(), kSkipAlpha) {}
   template <class V>
   void ScanPixel(T* ioVoxel, V& ioVolume, SInt32 inX, SInt32 inY, SInt32 inZ) {
     ScanRun(ioVoxel, 1, ioVolume, inX, inY, inZ);
   }
   template <class V>
   void ScanRun(T* ioRun, SInt32 inCount, V&, SInt32, SInt32, SInt32) {
-    constexpr UInt64 kChannels = sizeof(T) / sizeof(Channel);
-    OffsetChannels(itsTable, reinterpret_cast<Channel*>(ioRun), UInt64(inCount) * kChannels,
-                   std::is_same_v<T, XARGB32Colour>);
+    auto* channels = reinterpret_cast<Channel*>(ioRun);
+    const UInt64 count = UInt64(inCount) * (sizeof(T) / sizeof(Channel));
+    if (itsTable.IsClampedShift()) {
+      itsShift.Apply(channels, count);
+      return;
+    }
+    for (UInt64 i = 0; i < count; ++i)
+      if (!kSkipAlpha || i % 4) channels[i] = itsTable[channels[i]];
   }
 
  private:
   XImageOffsetTable<Channel> itsTable;
+  XWideClampedShift<Channel> itsShift;
 };
 
 }  // namespace

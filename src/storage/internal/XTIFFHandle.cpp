@@ -78,10 +78,7 @@ XTIFFHandle::XTIFFHandle(const XFileSpec& inFile, const char* inMode, const XStr
     itsFileSize = itsState->itsFile->GetSize();
   }
   XOptions options(itsState.get());
-  // Reading without a memory map: libtiff then reads uncompressed strips
-  // straight into the caller's buffer, where a map costs a fault a page.
-  const XString mode = reading ? XString(inMode) + "m" : XString(inMode);
-  itsTIFF = TIFFOpenExt(inFile.GetPath().c_str(), mode.c_str(), options.itsOptions);
+  itsTIFF = TIFFOpenExt(inFile.GetPath().c_str(), inMode, options.itsOptions);
   if (!itsTIFF) {
     if (!reading) throw XException(kErrFile, itsName + ": cannot be written: " + itsState->itsLastError);
     Fail(kErrBadImageFile, "not a TIFF file");

@@ -87,22 +87,23 @@ void MinMax(const T* inRun, UInt64 inCount, T& ioLow, T& ioHigh) {
 
 // ---------------------------------------------------------------- clamped addition
 
-// v + d within [0, max]: adds min(d, max - v) for d >= 0, takes min(-d, v)
-// for d < 0, lane by lane with the lane's own d (0 leaves a lane alone).
+// v + d within [0, max]: adds min(d, max - v) when adding, takes off min(d,
+// v) when subtracting, lane by lane with the lane's own d (0 leaves a lane
+// alone). The pattern of d repeats within every vector, so the tail takes
+// its lane's d by the same index.
 template <class T, int kBytes>
-inline __attribute__((always_inline)) void AddClampedBody(T* ioValues, UInt64 inCount, SInt32 inDelta,
-                                                          UInt32 inPeriod, const T* inLaneDelta) {
+inline __attribute__((always_inline)) void ShiftBody(T* ioValues, UInt64 inCount, bool inAdd, const T* inLanes) {
   using V = typename XVector<T, kBytes>::Type;
   constexpr int kLanes = kBytes / int(sizeof(T));
   constexpr T kMax = std::numeric_limits<T>::max();
   V d;
-  for (int l = 0; l < kLanes; ++l) d[l] = inLaneDelta[l % inPeriod];
+  std::memcpy(&d, inLanes, kBytes);
   const V top = V{} + kMax;
   UInt64 i = 0;
   for (; i + kLanes <= inCount; i += kLanes) {
     V v;
     std::memcpy(&v, ioValues + i, kBytes);
-    if (inDelta >= 0) {
+    if (inAdd) {
       const V room = top - v;
       v = v + (room < d ? room : d);
     } else {
@@ -111,45 +112,24 @@ inline __attribute__((always_inline)) void AddClampedBody(T* ioValues, UInt64 in
     std::memcpy(ioValues + i, &v, kBytes);
   }
   for (; i < inCount; ++i) {
-    const SInt64 lane = inLaneDelta[i % inPeriod];
-    const SInt64 value = SInt64(ioValues[i]) + (inDelta >= 0 ? lane : -lane);
-    ioValues[i] = T(value < 0 ? 0 : value > kMax ? kMax : value);
+    const T lane = inLanes[i % kLanes];
+    const T v = ioValues[i];
+    ioValues[i] = inAdd ? T(kMax - v < lane ? kMax : v + lane) : T(v < lane ? 0 : v - lane);
   }
 }
 
 template <class T>
-void AddClampedSSE2(T* ioValues, UInt64 inCount, SInt32 inDelta, UInt32 inPeriod, const T* inLaneDelta) {
-  AddClampedBody<T, 16>(ioValues, inCount, inDelta, inPeriod, inLaneDelta);
+void ShiftSSE2(T* ioValues, UInt64 inCount, bool inAdd, const T* inLanes) {
+  ShiftBody<T, 16>(ioValues, inCount, inAdd, inLanes);
 }
-
 template <class T>
-__attribute__((target("avx2"))) void AddClampedAVX2(T* ioValues, UInt64 inCount, SInt32 inDelta, UInt32 inPeriod,
-                                                    const T* inLaneDelta) {
-  AddClampedBody<T, 32>(ioValues, inCount, inDelta, inPeriod, inLaneDelta);
+__attribute__((target("avx2"))) void ShiftAVX2(T* ioValues, UInt64 inCount, bool inAdd, const T* inLanes) {
+  ShiftBody<T, 32>(ioValues, inCount, inAdd, inLanes);
 }
-
 template <class T>
-__attribute__((target("avx512f,avx512bw,avx512vl"))) void AddClampedAVX512(T* ioValues, UInt64 inCount,
-                                                                          SInt32 inDelta, UInt32 inPeriod,
-                                                                          const T* inLaneDelta) {
-  AddClampedBody<T, 64>(ioValues, inCount, inDelta, inPeriod, inLaneDelta);
-}
-
-// The size of the change per lane, repeating with inPeriod; the sign is
-// the same for every lane and given apart.
-template <class T>
-void AddClamped(T* ioValues, UInt64 inCount, SInt32 inDelta, UInt32 inPeriod, const T* inLaneDelta) {
-  switch (XGetInstructionSet()) {
-    case XInstructionSet::kAVX512: return AddClampedAVX512(ioValues, inCount, inDelta, inPeriod, inLaneDelta);
-    case XInstructionSet::kAVX2: return AddClampedAVX2(ioValues, inCount, inDelta, inPeriod, inLaneDelta);
-    case XInstructionSet::kSSE2: return AddClampedSSE2(ioValues, inCount, inDelta, inPeriod, inLaneDelta);
-  }
-}
-
-template <class T>
-T Magnitude(SInt32 inDelta) {
-  const SInt64 size = inDelta < 0 ? -SInt64(inDelta) : SInt64(inDelta);
-  return T(std::min<SInt64>(size, std::numeric_limits<T>::max()));
+__attribute__((target("avx512f,avx512bw,avx512vl"))) void ShiftAVX512(T* ioValues, UInt64 inCount, bool inAdd,
+                                                                     const T* inLanes) {
+  ShiftBody<T, 64>(ioValues, inCount, inAdd, inLanes);
 }
 
 // ---------------------------------------------------------------- colour to grey
@@ -269,16 +249,23 @@ void XWideMinMax(const Float32* inRun, UInt64 inCount, Float32& ioLow, Float32& 
   MinMax(inRun, inCount, ioLow, ioHigh);
 }
 
-void XWideAddClamped(UInt8* ioValues, UInt64 inCount, SInt32 inDelta, bool inSkipAlpha) {
-  const UInt8 size = Magnitude<UInt8>(inDelta);
-  const UInt8 lanes[4] = {inSkipAlpha ? UInt8(0) : size, size, size, size};
-  AddClamped(ioValues, inCount, inDelta, 4, lanes);
+template <class T>
+XWideClampedShift<T>::XWideClampedShift(SInt32 inDelta, bool inSkipAlpha) : itsAdd(inDelta >= 0) {
+  const SInt64 size = std::min<SInt64>(inDelta < 0 ? -SInt64(inDelta) : SInt64(inDelta), std::numeric_limits<T>::max());
+  for (int l = 0; l < kMaxLanes; ++l) itsLanes[l] = inSkipAlpha && l % 4 == 0 ? T(0) : T(size);
 }
 
-void XWideAddClamped(UInt16* ioValues, UInt64 inCount, SInt32 inDelta) {
-  const UInt16 size = Magnitude<UInt16>(inDelta);
-  AddClamped(ioValues, inCount, inDelta, 1, &size);
+template <class T>
+void XWideClampedShift<T>::Apply(T* ioValues, UInt64 inCount) const {
+  switch (XGetInstructionSet()) {
+    case XInstructionSet::kAVX512: return ShiftAVX512(ioValues, inCount, itsAdd, itsLanes);
+    case XInstructionSet::kAVX2: return ShiftAVX2(ioValues, inCount, itsAdd, itsLanes);
+    case XInstructionSet::kSSE2: return ShiftSSE2(ioValues, inCount, itsAdd, itsLanes);
+  }
 }
+
+template class XWideClampedShift<UInt8>;
+template class XWideClampedShift<UInt16>;
 
 void XWideColourAverage(const UInt8* inWords, UInt8* outGrey, UInt64 inCount, UInt32 inRedByte, UInt32 inGreenByte,
                         UInt32 inBlueByte) {

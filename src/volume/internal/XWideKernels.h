@@ -14,11 +14,24 @@ void XWideMinMax(const UInt16* inRun, UInt64 inCount, UInt16& ioLow, UInt16& ioH
 void XWideMinMax(const UInt32* inRun, UInt64 inCount, UInt32& ioLow, UInt32& ioHigh);
 void XWideMinMax(const Float32* inRun, UInt64 inCount, Float32& ioLow, Float32& ioHigh);
 
-// v + inDelta kept within [0, max] of the type, in place. With
-// inSkipAlpha, every fourth byte from the first (the alpha of ARGB words)
-// stays as it is.
-void XWideAddClamped(UInt8* ioValues, UInt64 inCount, SInt32 inDelta, bool inSkipAlpha = false);
-void XWideAddClamped(UInt16* ioValues, UInt64 inCount, SInt32 inDelta);
+// v + delta kept within [0, max] of the type, in place. Made once for many
+// runs: the lane pattern is set up here, not per run. With inSkipAlpha every
+// fourth byte from the first (the alpha of ARGB words) stays as it is.
+template <class T>
+class XWideClampedShift {
+ public:
+  XWideClampedShift(SInt32 inDelta, bool inSkipAlpha = false);
+  void Apply(T* ioValues, UInt64 inCount) const;
+
+  static constexpr int kMaxLanes = 64 / int(sizeof(T));
+
+ private:
+  bool itsAdd;  // else subtract
+  alignas(64) T itsLanes[kMaxLanes];  // the size of the change per lane (0 for alpha)
+};
+
+extern template class XWideClampedShift<UInt8>;
+extern template class XWideClampedShift<UInt16>;
 
 // (red + green + blue) / 3 of 4-byte colour words into bytes; the channels
 // lie at the given byte offsets of each word.
