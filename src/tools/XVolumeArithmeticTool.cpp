@@ -12,6 +12,7 @@
 #include "volume/XFPVolume.h"
 #include "volume/XGrey16Volume.h"
 #include "volume/XGrey8Volume.h"
+#include "volume/internal/XWideKernels.h"
 
 namespace mirelan {
 
@@ -90,6 +91,12 @@ inline void CombineBlockKeepAlpha(UInt8* __restrict ioA, const UInt8* __restrict
 // through a copy of each block, so that the restrict promise holds.
 template <SInt32 kOp, class E, bool kKeepAlpha>
 void CombineRun(E* ioA, const E* inB, UInt64 inCount) {
+  // Saturating sums and differences of whole 8- and 16-bit arrays have forms
+  // for the widest vectors of the processor.
+  if constexpr (!kKeepAlpha && (std::is_same_v<E, UInt8> || std::is_same_v<E, UInt16>)) {
+    if constexpr (kOp == XVolumeArithmeticTool::kAdd) return XWideSaturatingAdd(ioA, inB, inCount);
+    if constexpr (kOp == XVolumeArithmeticTool::kSubtract) return XWideSaturatingSubtract(ioA, inB, inCount);
+  }
   auto fn = [](E a, E b) { return Combine<kOp, E>(a, b); };
   UInt64 i = 0;
   if (ioA == inB) {

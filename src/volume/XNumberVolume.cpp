@@ -1,6 +1,7 @@
 #include "volume/XNumberVolume.h"
 
 #include <cmath>
+#include <type_traits>
 #include <vector>
 
 #include "core/XStream.h"
@@ -258,15 +259,27 @@ T XNumberVolume<T>::FindMax() const {
   return high;
 }
 
+namespace {
+
+// The exact sum of a run; 8- and 16-bit voxels go through the wide kernel.
+template <class T, class Sum>
+Sum SumOfRun(const T* __restrict inRun, UInt64 inCount) {
+  if constexpr (std::is_same_v<T, UInt8> || std::is_same_v<T, UInt16>) {
+    return Sum(XWideSum(inRun, inCount));
+  } else {
+    return XReduceIndex(
+        inCount, Sum(0), [&](Sum& ioSum, UInt64 i) { ioSum += Sum(inRun[i]); },
+        [](Sum& ioSum, Sum inOther) { ioSum += inOther; });
+  }
+}
+
+}  // namespace
+
 template <class T>
 Float64 XNumberVolume<T>::FindSum() const {
   using Sum = typename Traits::Sum;
   Sum total = 0;
-  ForEachVoxelRun(*this, [&total](const T* __restrict inRun, UInt64 inCount) {
-    total += XReduceIndex(
-        inCount, Sum(0), [&](Sum& ioSum, UInt64 i) { ioSum += Sum(inRun[i]); },
-        [](Sum& ioSum, Sum inOther) { ioSum += inOther; });
-  });
+  ForEachVoxelRun(*this, [&total](const T* __restrict inRun, UInt64 inCount) { total += SumOfRun<T, Sum>(inRun, inCount); });
   return Float64(total);
 }
 

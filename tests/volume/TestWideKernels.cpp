@@ -4,6 +4,7 @@
 
 #include <zlib.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstring>
 #include <limits>
@@ -124,5 +125,61 @@ TEST(WideKernels, ColourAverageOfEveryChannelSumOnEveryPath) {
         ASSERT_EQ(grey[i], (UInt32(w[1]) + w[2] + w[3]) / 3) << i;
       }
     }
+  });
+}
+
+// Sums run in narrow lanes over blocks: all-maximum data over several blocks
+// is where a lane would overflow, odd starts and lengths where the tail is.
+TEST(WideKernels, SumsOfNarrowValuesAreExactOnEveryPath) {
+  std::mt19937 random(5);
+  std::vector<UInt8> bytes(3u << 20, 255);
+  std::vector<UInt16> shorts(3u << 20, 65535);
+  for (size_t i = 0; i < 5000; ++i) bytes[i] = UInt8(random()), shorts[i] = UInt16(random());
+  const auto plain = [](const auto* inRun, UInt64 inCount) {
+    UInt64 total = 0;
+    for (UInt64 i = 0; i < inCount; ++i) total += inRun[i];
+    return total;
+  };
+  ForEveryPath([&] {
+    for (UInt64 start : {0, 1, 7})
+      for (UInt64 count : {UInt64(0), UInt64(1), UInt64(63), UInt64(64), UInt64(4999), bytes.size() - start}) {
+        EXPECT_EQ(XWideSum(bytes.data() + start, count), plain(bytes.data() + start, count)) << start << " " << count;
+        EXPECT_EQ(XWideSum(shorts.data() + start, count), plain(shorts.data() + start, count)) << start << " " << count;
+      }
+  });
+}
+
+TEST(WideKernels, SaturatingSumsAndDifferencesOnEveryPath) {
+  std::mt19937 random(9);
+  std::vector<UInt8> a8(1000), b8(1000);
+  std::vector<UInt16> a16(1000), b16(1000);
+  for (size_t i = 0; i < a8.size(); ++i) {
+    // Every third pair sits at the edges, where saturation happens.
+    a8[i] = i % 3 ? UInt8(random()) : 250, b8[i] = UInt8(random());
+    a16[i] = i % 3 ? UInt16(random()) : 65530, b16[i] = i % 5 ? UInt16(random()) : 65535;
+  }
+  const auto check = [](auto a, const auto& b, UInt64 start, UInt64 count, bool add) {
+    using T = typename decltype(a)::value_type;
+    auto expected = a;
+    for (UInt64 i = start; i < start + count; ++i) {
+      const SInt64 v = add ? SInt64(a[i]) + b[i] : SInt64(a[i]) - b[i];
+      expected[i] = T(std::min<SInt64>(std::max<SInt64>(v, 0), std::numeric_limits<T>::max()));
+    }
+    if (add)
+      XWideSaturatingAdd(a.data() + start, b.data() + start, count);
+    else
+      XWideSaturatingSubtract(a.data() + start, b.data() + start, count);
+    EXPECT_EQ(a, expected) << start << " " << count << " " << add;
+  };
+  ForEveryPath([&] {
+    for (bool add : {true, false})
+      for (UInt64 start : {0, 3})
+        for (UInt64 count : {UInt64(0), UInt64(5), UInt64(64), UInt64(997)}) {
+          check(a8, b8, start, count, add);
+          check(a16, b16, start, count, add);
+        }
+    auto same = a8;  // a op= a
+    XWideSaturatingAdd(same.data(), same.data(), same.size());
+    for (size_t i = 0; i < same.size(); ++i) ASSERT_EQ(same[i], std::min(2 * a8[i], 255));
   });
 }

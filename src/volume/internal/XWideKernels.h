@@ -1,6 +1,7 @@
 // Kernels with forms for SSE2, AVX2 and AVX-512, chosen at each call from
-// XGetInstructionSet(). Every form gives the same result as the plain loop
-// it replaces, bit for bit.
+// XGetInstructionSet(), or with one SSE2 form where a single baseline
+// instruction does the work. Every form gives the same result as the plain
+// loop it replaces, bit for bit.
 #pragma once
 
 #include "core/XTypes.h"
@@ -13,6 +14,17 @@ void XWideMinMax(const UInt8* inRun, UInt64 inCount, UInt8& ioLow, UInt8& ioHigh
 void XWideMinMax(const UInt16* inRun, UInt64 inCount, UInt16& ioLow, UInt16& ioHigh);
 void XWideMinMax(const UInt32* inRun, UInt64 inCount, UInt32& ioLow, UInt32& ioHigh);
 void XWideMinMax(const Float32* inRun, UInt64 inCount, Float32& ioLow, Float32& ioHigh);
+
+// a + b and a - b within [0, max] of the type, into a. The arrays may be
+// the same but must not overlap otherwise.
+void XWideSaturatingAdd(UInt8* ioA, const UInt8* inB, UInt64 inCount);
+void XWideSaturatingAdd(UInt16* ioA, const UInt16* inB, UInt64 inCount);
+void XWideSaturatingSubtract(UInt8* ioA, const UInt8* inB, UInt64 inCount);
+void XWideSaturatingSubtract(UInt16* ioA, const UInt16* inB, UInt64 inCount);
+
+// The exact sum of the run.
+UInt64 XWideSum(const UInt8* inRun, UInt64 inCount);
+UInt64 XWideSum(const UInt16* inRun, UInt64 inCount);
 
 // v + delta kept within [0, max] of the type, in place. Made once for many
 // runs: the lane pattern is set up here, not per run. With inSkipAlpha every
