@@ -34,14 +34,18 @@ inline __attribute__((always_inline)) void MinMaxBody(const T* inRun, UInt64 inC
   constexpr int kLanes = kBytes / int(sizeof(T));
   constexpr int kVectors = std::is_floating_point_v<T> ? 16 / kLanes : 4;
   constexpr UInt64 kStep = UInt64(kLanes) * kVectors;
+  // Lanes set through memory once, not element by element: element access
+  // would keep the accumulators in memory through the whole loop.
+  T lowLanes[kLanes], highLanes[kLanes];
+  for (int l = 0; l < kLanes; ++l) lowLanes[l] = ioLow, highLanes[l] = ioHigh;
   V low[kVectors], high[kVectors];
-  for (int k = 0; k < kVectors; ++k)
-    for (int l = 0; l < kLanes; ++l) {
-      low[k][l] = ioLow;
-      high[k][l] = ioHigh;
-    }
+  for (int k = 0; k < kVectors; ++k) {
+    std::memcpy(&low[k], lowLanes, kBytes);
+    std::memcpy(&high[k], highLanes, kBytes);
+  }
   UInt64 i = 0;
   for (; i + kStep <= inCount; i += kStep)
+#pragma GCC unroll 16
     for (int k = 0; k < kVectors; ++k) {
       V v;
       std::memcpy(&v, inRun + i + UInt64(k) * kLanes, kBytes);
