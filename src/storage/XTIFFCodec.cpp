@@ -517,22 +517,46 @@ class XStackReader {
     const UInt32 rowsPerStrip = std::min(Field<UInt32>(tif, TIFFTAG_ROWSPERSTRIP, itsFormat.itsHeight), itsFormat.itsHeight);
     if (rowsPerStrip == 0) itsFile.Fail(kErrBadImageFile, "strips of no rows");
     const UInt64 rowBytes = UInt64(itsFormat.itsWidth) * itsFormat.SampleBytes();
-    const bool raw = itsFormat.itsCompression == COMPRESSION_NONE;
+    if (itsFormat.itsCompression == COMPRESSION_NONE) {
+      ReadRawStrips(plane, rowsPerStrip, rowBytes);
+      return true;
+    }
     for (UInt32 y = 0; y < itsFormat.itsHeight; y += rowsPerStrip) {
       const UInt32 rows = std::min(rowsPerStrip, itsFormat.itsHeight - y);
-      const tstrip_t strip = TIFFComputeStrip(tif, y, 0);
-      UInt8* to = plane + y * rowBytes;
-      if (raw) {
-        // Uncompressed strips go from the file straight into the plane, one
-        // read each; libtiff's own reading costs a seek and a read per call.
-        if (TIFFGetStrileByteCount(tif, strip) < rowBytes * rows) itsFile.Fail(kErrBadImageFile, "a strip is short");
-        itsFile.ReadRaw(TIFFGetStrileOffset(tif, strip), to, rowBytes * rows);
-        if (TIFFIsByteSwapped(tif)) SwapSamples(to, rowBytes * rows);
-      } else if (TIFFReadEncodedStrip(tif, strip, to, tmsize_t(rowBytes * rows)) < 0) {
+      if (TIFFReadEncodedStrip(tif, TIFFComputeStrip(tif, y, 0), plane + y * rowBytes, tmsize_t(rowBytes * rows)) < 0)
         itsFile.Fail(kErrBadImageFile, "a strip cannot be decoded");
-      }
     }
     return true;
+  }
+
+  // Uncompressed strips go from the file straight into the plane, and strips
+  // that follow each other in the file go in one read: libtiff's own reading
+  // costs a seek and a read per strip, and a strip is often a few rows.
+  void ReadRawStrips(UInt8* outPlane, UInt32 inRowsPerStrip, UInt64 inRowBytes) {
+    TIFF* tif = itsFile.Get();
+    UInt64 runOffset = 0, runBytes = 0;
+    UInt8* runTo = outPlane;
+    const auto readRun = [&] {
+      if (runBytes == 0) return;
+      itsFile.ReadRaw(runOffset, runTo, runBytes);
+      if (TIFFIsByteSwapped(tif)) SwapSamples(runTo, runBytes);
+    };
+    for (UInt32 y = 0; y < itsFormat.itsHeight; y += inRowsPerStrip) {
+      const UInt32 rows = std::min(inRowsPerStrip, itsFormat.itsHeight - y);
+      const tstrip_t strip = TIFFComputeStrip(tif, y, 0);
+      const UInt64 bytes = inRowBytes * rows;
+      if (TIFFGetStrileByteCount(tif, strip) < bytes) itsFile.Fail(kErrBadImageFile, "a strip is short");
+      const UInt64 offset = TIFFGetStrileOffset(tif, strip);
+      if (runBytes != 0 && offset == runOffset + runBytes) {
+        runBytes += bytes;  // the plane's rows follow on too
+        continue;
+      }
+      readRun();
+      runOffset = offset;
+      runBytes = bytes;
+      runTo = outPlane + y * inRowBytes;
+    }
+    readRun();
   }
 
   // Pages are read in file order: the next directory is one step on, where
