@@ -103,6 +103,9 @@ TEST(WideKernels, CRC32AgreesWithZlibForEveryLengthAndStart) {
                   UInt32(crc32(seed, data.data() + start, uInt(length))))
             << length << " from " << start;
       }
+    // Around the 256-byte steps of the widest form and its hand-over.
+    for (UInt64 length : {511, 512, 513, 767, 768, 784, 1023, 1104, 4117})
+      ASSERT_EQ(XWideCRC32(7, data.data() + 3, length), UInt32(crc32(7, data.data() + 3, uInt(length)))) << length;
     EXPECT_EQ(XWideCRC32(0, data.data() + 1, data.size() - 1), UInt32(crc32(0, data.data() + 1, uInt(data.size() - 1))));
   });
 }
