@@ -91,10 +91,10 @@ void MinMax(const T* inRun, UInt64 inCount, T& ioLow, T& ioHigh) {
 
 // ---------------------------------------------------------------- sums and saturating arithmetic
 
-// These run on the baseline's 16-byte vectors on every processor: each has
-// an instruction that does the work of several in the wider sets' generic
-// vector code (sum of absolute differences, multiply-add of pairs,
-// saturating add), and they are bound by memory beyond the caches.
+// The sums run on the baseline's 16-byte vectors on every processor: each
+// has an instruction that does the work of several in generic vector code
+// (sum of absolute differences, multiply-add of pairs), and they are bound
+// by memory beyond the caches.
 
 // Bytes by the sum of absolute differences against zero, which adds each
 // group of eight into a 64-bit lane that cannot overflow.
@@ -140,27 +140,69 @@ UInt64 Sum16(const UInt16* inRun, UInt64 inCount) {
   return sum;
 }
 
-inline __m128i AddSaturated(__m128i a, __m128i b, UInt8) { return _mm_adds_epu8(a, b); }
-inline __m128i AddSaturated(__m128i a, __m128i b, UInt16) { return _mm_adds_epu16(a, b); }
-inline __m128i SubtractSaturated(__m128i a, __m128i b, UInt8) { return _mm_subs_epu8(a, b); }
-inline __m128i SubtractSaturated(__m128i a, __m128i b, UInt16) { return _mm_subs_epu16(a, b); }
-
-// a + b, or a - b, kept within [0, max] of the type, in place.
+// a + b, or a - b, kept within [0, max] of the type, in place, from
+// inStart on: the part of the arrays shorter than a vector.
 template <class T>
-void Saturate(T* ioA, const T* inB, UInt64 inCount, bool inAdd) {
-  constexpr UInt64 kLanes = 16 / sizeof(T);
-  const auto load = [](const T* p) { return _mm_loadu_si128(reinterpret_cast<const __m128i*>(p)); };
-  const auto store = [](T* p, __m128i v) { _mm_storeu_si128(reinterpret_cast<__m128i*>(p), v); };
-  UInt64 i = 0;
-  if (inAdd) {
-    for (; i + kLanes <= inCount; i += kLanes) store(ioA + i, AddSaturated(load(ioA + i), load(inB + i), T()));
-    for (; i < inCount; ++i) {
+void SaturateTail(T* ioA, const T* inB, UInt64 inStart, UInt64 inCount, bool inAdd) {
+  for (UInt64 i = inStart; i < inCount; ++i) {
+    if (inAdd) {
       const T s = T(ioA[i] + inB[i]);  // below a exactly when it overflowed
       ioA[i] = s < ioA[i] ? std::numeric_limits<T>::max() : s;
+    } else {
+      ioA[i] = ioA[i] > inB[i] ? T(ioA[i] - inB[i]) : T(0);
     }
-  } else {
-    for (; i + kLanes <= inCount; i += kLanes) store(ioA + i, SubtractSaturated(load(ioA + i), load(inB + i), T()));
-    for (; i < inCount; ++i) ioA[i] = ioA[i] > inB[i] ? T(ioA[i] - inB[i]) : T(0);
+  }
+}
+
+// The same with each instruction set's saturating adds and subtracts.
+template <class T, bool kAdd>
+void SaturateSSE2(T* ioA, const T* inB, UInt64 inCount) {
+  constexpr bool k8 = sizeof(T) == 1;
+  UInt64 i = 0;
+  for (; i + 16 / sizeof(T) <= inCount; i += 16 / sizeof(T)) {
+    const __m128i a = _mm_loadu_si128(reinterpret_cast<const __m128i*>(ioA + i));
+    const __m128i b = _mm_loadu_si128(reinterpret_cast<const __m128i*>(inB + i));
+    const __m128i r = kAdd ? (k8 ? _mm_adds_epu8(a, b) : _mm_adds_epu16(a, b))
+                            : (k8 ? _mm_subs_epu8(a, b) : _mm_subs_epu16(a, b));
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(ioA + i), r);
+  }
+  SaturateTail(ioA, inB, i, inCount, kAdd);
+}
+
+template <class T, bool kAdd>
+__attribute__((target("avx2"))) void SaturateAVX2(T* ioA, const T* inB, UInt64 inCount) {
+  constexpr bool k8 = sizeof(T) == 1;
+  UInt64 i = 0;
+  for (; i + 32 / sizeof(T) <= inCount; i += 32 / sizeof(T)) {
+    const __m256i a = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(ioA + i));
+    const __m256i b = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(inB + i));
+    const __m256i r = kAdd ? (k8 ? _mm256_adds_epu8(a, b) : _mm256_adds_epu16(a, b))
+                            : (k8 ? _mm256_subs_epu8(a, b) : _mm256_subs_epu16(a, b));
+    _mm256_storeu_si256(reinterpret_cast<__m256i*>(ioA + i), r);
+  }
+  SaturateTail(ioA, inB, i, inCount, kAdd);
+}
+
+template <class T, bool kAdd>
+__attribute__((target("avx512f,avx512bw"))) void SaturateAVX512(T* ioA, const T* inB, UInt64 inCount) {
+  constexpr bool k8 = sizeof(T) == 1;
+  UInt64 i = 0;
+  for (; i + 64 / sizeof(T) <= inCount; i += 64 / sizeof(T)) {
+    const __m512i a = _mm512_loadu_si512(ioA + i);
+    const __m512i b = _mm512_loadu_si512(inB + i);
+    const __m512i r = kAdd ? (k8 ? _mm512_adds_epu8(a, b) : _mm512_adds_epu16(a, b))
+                            : (k8 ? _mm512_subs_epu8(a, b) : _mm512_subs_epu16(a, b));
+    _mm512_storeu_si512(ioA + i, r);
+  }
+  SaturateTail(ioA, inB, i, inCount, kAdd);
+}
+
+template <class T, bool kAdd>
+void Saturate(T* ioA, const T* inB, UInt64 inCount) {
+  switch (XGetInstructionSet()) {
+    case XInstructionSet::kAVX512: return SaturateAVX512<T, kAdd>(ioA, inB, inCount);
+    case XInstructionSet::kAVX2: return SaturateAVX2<T, kAdd>(ioA, inB, inCount);
+    case XInstructionSet::kSSE2: return SaturateSSE2<T, kAdd>(ioA, inB, inCount);
   }
 }
 
@@ -379,10 +421,14 @@ void XWideMinMax(const Float32* inRun, UInt64 inCount, Float32& ioLow, Float32& 
   MinMax(inRun, inCount, ioLow, ioHigh);
 }
 
-void XWideSaturatingAdd(UInt8* ioA, const UInt8* inB, UInt64 inCount) { Saturate(ioA, inB, inCount, true); }
-void XWideSaturatingAdd(UInt16* ioA, const UInt16* inB, UInt64 inCount) { Saturate(ioA, inB, inCount, true); }
-void XWideSaturatingSubtract(UInt8* ioA, const UInt8* inB, UInt64 inCount) { Saturate(ioA, inB, inCount, false); }
-void XWideSaturatingSubtract(UInt16* ioA, const UInt16* inB, UInt64 inCount) { Saturate(ioA, inB, inCount, false); }
+void XWideSaturatingAdd(UInt8* ioA, const UInt8* inB, UInt64 inCount) { Saturate<UInt8, true>(ioA, inB, inCount); }
+void XWideSaturatingAdd(UInt16* ioA, const UInt16* inB, UInt64 inCount) { Saturate<UInt16, true>(ioA, inB, inCount); }
+void XWideSaturatingSubtract(UInt8* ioA, const UInt8* inB, UInt64 inCount) {
+  Saturate<UInt8, false>(ioA, inB, inCount);
+}
+void XWideSaturatingSubtract(UInt16* ioA, const UInt16* inB, UInt64 inCount) {
+  Saturate<UInt16, false>(ioA, inB, inCount);
+}
 
 UInt64 XWideSum(const UInt8* inRun, UInt64 inCount) { return Sum8(inRun, inCount); }
 UInt64 XWideSum(const UInt16* inRun, UInt64 inCount) { return Sum16(inRun, inCount); }
