@@ -6,6 +6,20 @@
 
 namespace mirelan {
 
+// What tells one state of a file from another: the file itself (device and
+// inode), its size and the time of its last change, in nanoseconds.
+struct XFileStamp {
+  UInt64 device = 0;
+  UInt64 inode = 0;
+  UInt64 size = 0;
+  SInt64 modified = 0;
+  bool operator==(const XFileStamp& inOther) const {
+    return device == inOther.device && inode == inOther.inode && size == inOther.size &&
+           modified == inOther.modified;
+  }
+  bool operator!=(const XFileStamp& inOther) const { return !(*this == inOther); }
+};
+
 class MIRELAN_EXPORT XFileSpec {
  public:
   XFileSpec() = default;
@@ -18,6 +32,8 @@ class MIRELAN_EXPORT XFileSpec {
   XFileSpec GetParent() const;
   XFileSpec operator/(const XString& inChild) const;
   bool Exists() const;
+  // The stamp of the file the path names now; false when there is none.
+  bool GetStamp(XFileStamp& outStamp) const;
   bool IsEmpty() const { return itsPath.empty(); }
   bool operator==(const XFileSpec& inOther) const { return itsPath == inOther.itsPath; }
 
@@ -47,6 +63,7 @@ class MIRELAN_EXPORT XFile {
   UInt64 ReadAt(UInt64 inOffset, void* outBuffer, UInt64 inBytes) const;
   void WriteAt(UInt64 inOffset, const void* inBuffer, UInt64 inBytes);
   UInt64 GetSize() const;
+  XFileStamp GetStamp() const;
   void SetSize(UInt64 inSize);
   int GetDescriptor() const { return itsDescriptor; }
 
