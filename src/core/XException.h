@@ -21,6 +21,7 @@ enum : SInt32 {
   kErrBadCompressedData = 1007,
   kErrCancelled = 1008,        // the user cancelled through the progress sink
   kErrImpossibleSize = 1009,   // no volume can have this size (a side beyond 2^31 - 1, an inside-out box)
+  kErrFileChanged = 1010,      // a file that data is read from on demand has changed or gone since it was opened
   kErrOutOfMemory = 1012,
   kErrNewerVersion = 1015,     // stream holds a newer version than this code reads
   kErrBadImageFile = 1020,     // an image file is damaged or is no image file

@@ -58,6 +58,14 @@ struct XMemoryBlock {
   // Mapped memory: not ours to free or write; unmapped on destruction.
   void* itsMapping = nullptr;
   UInt64 itsMappingBytes = 0;
+  // The mapped file and its state when mapped: pages of a file that was cut
+  // short would fault, and pages of one rewritten would show its new content.
+  XString itsMappedPath;
+  XFileStamp itsMappedStamp;
+  // Host memory (WrapForeignMemory): handed back through itsForeignRelease.
+  bool itsForeign = false;
+  bool itsForeignReadOnly = false;
+  std::function<void()> itsForeignRelease;
 
   XMemoryBlock() = default;
   explicit XMemoryBlock(UInt64 inSize) { Reallocate(inSize); }
@@ -65,10 +73,14 @@ struct XMemoryBlock {
   XMemoryBlock(const XMemoryBlock&) = delete;
   XMemoryBlock& operator=(const XMemoryBlock&) = delete;
 
-  bool IsReadOnly() const { return itsMapping != nullptr; }
+  bool IsReadOnly() const { return itsMapping != nullptr || itsForeignReadOnly; }
 
   void Release() {
-    if (itsMapping) {
+    if (itsForeign) {
+      if (itsForeignRelease) itsForeignRelease();
+      itsForeignRelease = nullptr;
+      itsForeign = itsForeignReadOnly = false;
+    } else if (itsMapping) {
       ::munmap(itsMapping, itsMappingBytes);
     } else {
       if (itsAnonymousMap)
@@ -85,7 +97,7 @@ struct XMemoryBlock {
 
   // Sets the size, keeping the content up to the smaller size.
   void Reallocate(UInt64 inSize) {
-    XAssert(!IsReadOnly());
+    XAssert(!IsReadOnly() && !itsForeign);
     // A block the machine cannot hold is refused before anything is mapped:
     // the system would grant it and fail only when the pages are touched.
     if (inSize > AllocationLimit().load())
@@ -179,12 +191,13 @@ void XMemoryHandle::ShareBlockOf(const XMemoryHandle& inOther) {
   // The share is taken under the block's mutex, where a writer's lock
   // decides whether the block is still to be copied (see LockSelf).
   std::lock_guard<std::mutex> guard(source.itsMutex);
-  if (source.itsWriteLocks == 0) {
+  if (source.itsWriteLocks == 0 && !source.itsForeign) {
     itsBlock = inOther.itsBlock;
     return;
   }
-  // A block being written through a pointer cannot be shared safely: the
-  // copy gets its own content now.
+  // A block being written through a pointer, or host memory that may be
+  // written behind the locks, cannot be shared safely: the copy gets its own
+  // content now.
   auto copy = std::make_shared<XMemoryBlock>(source.itsSize);
   std::memcpy(copy->itsData, source.itsData, source.itsSize);
   copy->itsPendingSwap = source.itsPendingSwap;
@@ -268,7 +281,22 @@ bool XMemoryHandle::NeedsOwnBlock(XLockMode inMode) const {
          (itsBlock->IsReadOnly() && (IsWriteLock(inMode) || swapPending));
 }
 
+namespace {
+
+// A lock on a mapping first makes sure the file is still what was mapped. A
+// file cut short or rewritten while a lock is held cannot be caught here.
+void CheckMappedFile(const XMemoryBlock& inBlock) {
+  XFileStamp now;
+  if (!XFileSpec(inBlock.itsMappedPath).GetStamp(now))
+    throw XException(kErrFileChanged, "the file " + inBlock.itsMappedPath + " that mapped data comes from has gone");
+  if (now != inBlock.itsMappedStamp)
+    throw XException(kErrFileChanged, "the file " + inBlock.itsMappedPath + " has changed since its data was mapped");
+}
+
+}  // namespace
+
 void XMemoryHandle::LockSelf(XLockMode inMode) {
+  if (itsBlock->itsMapping) CheckMappedFile(*itsBlock);
   if (!IsDataPresent()) {
     // The fetcher hands its data over through ShareBlockOf, which takes the
     // block's mutex itself: it runs outside it.
@@ -305,6 +333,7 @@ void XMemoryHandle::Resize(UInt64 inSize) {
   if (IsShared() || itsBlock->IsReadOnly() || !itsBlock->itsPresent) {
     XLock lock(*this, kLockReadWrite);  // brings the data in and makes it ours
   }
+  if (itsBlock->itsForeign) Detach(true);  // host memory cannot grow
   itsBlock->Reallocate(inSize);
 }
 
@@ -434,6 +463,24 @@ void XMemoryHandle::ReadStream2(XStream& inStream, XOptions inOptions) {
   itsCompression = compression;
 }
 
+// ------------------------------------------------------------- host memory
+
+void XMemoryHandle::SetForeignMemory(void* inData, UInt64 inSize, bool inReadOnly,
+                                     std::function<void()> inRelease) {
+  XAssert(itsOwnLocks == 0);
+  XAssert(inData != nullptr || inSize == 0);
+  auto block = std::make_shared<XMemoryBlock>();
+  block->itsData = static_cast<UInt8*>(inData);
+  block->itsSize = inSize;
+  block->itsCapacity = inSize;
+  block->itsForeign = true;
+  block->itsForeignReadOnly = inReadOnly;
+  block->itsForeignRelease = std::move(inRelease);
+  itsBlock = block;
+}
+
+bool XMemoryHandle::IsForeignMemory() const { return itsBlock->itsForeign; }
+
 // ------------------------------------------------------------- mapped files
 
 namespace {
@@ -445,6 +492,8 @@ std::shared_ptr<XMemoryBlock> MapFileRange(const XFileSpec& inSpec, UInt64 inOff
   auto block = std::make_shared<XMemoryBlock>();
   block->itsSize = inSize;
   if (inSize == 0) return block;
+  block->itsMappedPath = inSpec.GetPath();
+  block->itsMappedStamp = file.GetStamp();
   UInt64 page = static_cast<UInt64>(::sysconf(_SC_PAGESIZE));
   UInt64 start = inOffset - inOffset % page;
   UInt64 bytes = inSize + (inOffset - start);

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <atomic>
+#include <functional>
 #include <memory>
 
 #include "core/XByteOrder.h"
@@ -74,6 +75,17 @@ class MIRELAN_EXPORT XMemoryHandle : public XStorable, public XLockable {
   virtual void Empty();
   // Frees the data of an unlocked block that a fetcher can supply again.
   virtual bool Purge();
+
+  // Makes the handle stand for memory that a host owns (a scripting
+  // language's array), on a block of its own, with no copy. inRelease runs
+  // once, when no handle uses the block any more. The host may write the
+  // memory behind the library's locks, so such a block is never shared
+  // lazily: a copy of the handle copies the content at once. With
+  // inReadOnly the first write lock gives the handle a copy of its own;
+  // resizing always does.
+  void SetForeignMemory(void* inData, UInt64 inSize, bool inReadOnly, std::function<void()> inRelease);
+  // Whether the handle's block is such host memory.
+  bool IsForeignMemory() const;
 
   // Takes over another handle's block, keeping this handle's fetcher: how a
   // fetcher hands its cached data to the handle it serves.

@@ -104,6 +104,10 @@ class MIRELAN_EXPORT XStream {
   void PushClassCreated(const XVersion& inVersion) { itsClassesCreated.push_back(inVersion); }
   void PopClassCreated();
 
+ protected:
+  // For streams that start where another left off (a copy of a file stream).
+  void SetStreamInfo(UInt32 inInfo) { itsStreamInfo = inInfo; }
+
  private:
   template <typename U>
   U ReadNumber();

@@ -1,6 +1,7 @@
 #include "storage/XRegisterImagingClasses.h"
 
 #include "data/XRegisterDataClasses.h"
+#include "storage/XJPEGStream.h"
 #include "volume/XRegisterVolumeClasses.h"
 
 namespace mirelan {
@@ -10,6 +11,7 @@ namespace mirelan {
 void XRegisterImagingClasses() {
   XRegisterVolumeClasses();
   XRegisterDataClasses();
+  XJPEGStream::InstallLossyVolumeCodec();
 }
 
 }  // namespace mirelan

@@ -78,7 +78,12 @@ bool XBasePackedVolume::FetchData() {
   return own || storage;
 }
 
-void XBasePackedVolume::LockSelf(XLockMode inMode) { XLockable::LockFor(itsStorage, inMode); }
+void XBasePackedVolume::LockSelf(XLockMode inMode) {
+  // A fetcher of the volume itself (a lazily read coded image) brings the
+  // voxels on the first lock; one of the block is asked by the block.
+  if (GetDataFetcher() && !itsStorage.IsDataPresent()) XLockable::FetchData();
+  XLockable::LockFor(itsStorage, inMode);
+}
 
 void XBasePackedVolume::UnlockSelf(XLockMode inMode) { XLockable::UnlockFor(itsStorage, inMode); }
 
