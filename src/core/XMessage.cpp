@@ -61,6 +61,19 @@ struct XMessageCentre {
     }
   }
 
+  // Under the lock: moves the speaker's queued messages out of the queue into
+  // outTaken, for the caller to destroy once the lock is let go.
+  void TakeQueued(const XSpeaker* inSpeaker, std::vector<std::unique_ptr<XMessage>>& outTaken) {
+    for (auto it = queue.begin(); it != queue.end();) {
+      if (it->speaker == inSpeaker) {
+        outTaken.push_back(std::move(it->message));
+        it = queue.erase(it);
+      } else {
+        ++it;
+      }
+    }
+  }
+
   // Runs a delivery registered under the lock by the caller, and unregisters it.
   void Run(Delivery& ioDelivery, const XMessage& inMessage) {
     struct Unregister {
@@ -158,15 +171,14 @@ XSpeaker::~XSpeaker() {
   itsListeners.clear();
   for (XMessageCentre::Delivery* d : centre.deliveries)
     if (d->speaker == this) d->speaker = nullptr;
-  auto& queue = centre.queue;
-  for (auto it = queue.begin(); it != queue.end();) {
-    if (it->speaker == this) {
-      dropped.push_back(std::move(it->message));
-      it = queue.erase(it);
-    } else {
-      ++it;
-    }
-  }
+  centre.TakeQueued(this, dropped);
+}
+
+void XSpeaker::DiscardQueuedMessages() {
+  XMessageCentre& centre = XMessageCentre::Get();
+  std::vector<std::unique_ptr<XMessage>> dropped;  // destroyed outside the lock
+  std::lock_guard<std::mutex> guard(centre.lock);
+  centre.TakeQueued(this, dropped);
 }
 
 void XSpeaker::SpeakMessage(const XMessage& inMessage, XWhen inWhen) {

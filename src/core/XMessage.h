@@ -90,6 +90,9 @@ class MIRELAN_EXPORT XSpeaker {
   void SpeakMessage(const XMessage& inMessage, XWhen inWhen = kWhenImmediate);
   void PostXMessage(const XMessage& inMessage) { SpeakMessage(inMessage, kWhenQueued); }
 
+  // Drops this speaker's messages that wait in the queue.
+  void DiscardQueuedMessages();
+
   // A muted speaker drops what it speaks; messages queued before stay queued.
   void SetIsMute(bool inMute);
   bool IsMute() const;

@@ -1,30 +1,34 @@
 #include "volume/XColour.h"
 
 #include <cmath>
+#include <limits>
 
 namespace mirelan {
 
-// Hue, saturation and intensity on a 0..255 scale: intensity is the largest
-// channel, saturation the spread over it, hue the position on the colour
-// wheel. Ties for the largest channel go red, then green, then blue.
-void XARGB32Colour::RGBToHSI(const XARGB32Colour& inColour, UInt8& outHue, UInt8& outSaturation,
-                             UInt8& outIntensity) {
-  const UInt8 r = inColour.red, g = inColour.green, b = inColour.blue;
-  const UInt8 max = std::max(r, std::max(g, b));
-  const UInt8 min = std::min(r, std::min(g, b));
+namespace {
+
+// Hue, saturation and intensity on the scale of the channel type (0..255 or
+// 0..65535): intensity is the largest channel, saturation the spread over
+// it, hue the position on the colour wheel. Ties for the largest channel go
+// red, then green, then blue.
+template <class T>
+void RGBToHSIOf(T r, T g, T b, T& outHue, T& outSaturation, T& outIntensity) {
+  constexpr Float64 kFull = Float64(std::numeric_limits<T>::max());
+  const T max = std::max(r, std::max(g, b));
+  const T min = std::min(r, std::min(g, b));
   outIntensity = max;
   if (max == 0) {
     outHue = outSaturation = 0;
     return;
   }
   const SInt32 delta = SInt32(max) - min;
-  outSaturation = UInt8(SInt32(Float64(delta) / max * 255.0));
+  outSaturation = T(SInt32(Float64(delta) / max * kFull));
   // A grey has no hue; the ratio below would divide by zero.
   if (outSaturation == 0) {
     outHue = 0;
     return;
   }
-  const Float64 rf = r / 255.0, gf = g / 255.0, bf = b / 255.0, d = delta / 255.0;
+  const Float64 rf = r / kFull, gf = g / kFull, bf = b / kFull, d = delta / kFull;
   Float64 t;
   if (r == max)
     t = (gf - bf) / d;
@@ -34,7 +38,31 @@ void XARGB32Colour::RGBToHSI(const XARGB32Colour& inColour, UInt8& outHue, UInt8
     t = (rf - gf) / d + 4.0;
   t = t / 6.0;
   if (t < 0.0) t += 1.0;
-  outHue = UInt8(SInt32(t * 255.0));
+  outHue = T(SInt32(t * kFull));
+}
+
+}  // namespace
+
+void XARGB32Colour::RGBToHSI(const XARGB32Colour& inColour, UInt8& outHue, UInt8& outSaturation,
+                             UInt8& outIntensity) {
+  RGBToHSIOf<UInt8>(inColour.red, inColour.green, inColour.blue, outHue, outSaturation, outIntensity);
+}
+
+void XRGB48Colour::RGBToHSI(const XRGB48Colour& inColour, UInt16& outHue, UInt16& outSaturation,
+                            UInt16& outIntensity) {
+  RGBToHSIOf<UInt16>(inColour.red, inColour.green, inColour.blue, outHue, outSaturation, outIntensity);
+}
+
+UInt16 XRGB48Colour::GetHue() const {
+  UInt16 h, s, i;
+  RGBToHSI(*this, h, s, i);
+  return h;
+}
+
+UInt16 XRGB48Colour::GetSaturation() const {
+  UInt16 h, s, i;
+  RGBToHSI(*this, h, s, i);
+  return s;
 }
 
 void XARGB32Colour::HSIToRGB(UInt8 inHue, UInt8 inSaturation, UInt8 inIntensity,

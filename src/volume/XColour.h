@@ -289,6 +289,11 @@ class MIRELAN_EXPORT XRGB48Colour {
   UInt16 GetAverage() const { return UInt16((UInt32(red) + green + blue) / 3); }
   operator unsigned short() const { return GetAverage(); }  // NOLINT: grey value of a colour
   UInt16 GetIntensity() const { return Max(red, Max(green, blue)); }
+  // Hue and saturation as for XARGB32Colour, on the 16-bit scale (0 to 65535).
+  UInt16 GetHue() const;
+  UInt16 GetSaturation() const;
+  static void RGBToHSI(const XRGB48Colour& inColour, UInt16& outHue, UInt16& outSaturation,
+                       UInt16& outIntensity);
 
   bool operator==(const XRGB48Colour& o) const {
     return red == o.red && green == o.green && blue == o.blue;

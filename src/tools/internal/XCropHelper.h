@@ -31,32 +31,14 @@ class XCropHelper {
   void ScanPixel(const UInt8* inVoxel, V&, SInt32 inX, SInt32 inY, SInt32 inZ) {
     if (*inVoxel > 127) Widen(inX, inX + 1, inY, inZ, 1);
   }
-  // A row at a time: the set bytes are those with the top bit, so a word of
-  // eight is tested, counted and searched with bit operations.
+  // A row at a time: the set bytes are those with the top bit. They are
+  // counted in one pass without branches, and only a row with any is
+  // searched for its first and last, from either end a word at a time.
   template <class V>
   void ScanRun(const UInt8* inRun, SInt32 inCount, V&, SInt32 inX, SInt32 inY, SInt32 inZ) {
-    constexpr UInt64 kTop = 0x8080808080808080ull;
-    SInt32 first = -1, last = -1;
-    UInt64 count = 0;
-    SInt32 i = 0;
-    for (; i + 8 <= inCount; i += 8) {
-      UInt64 word;
-      std::memcpy(&word, inRun + i, sizeof(word));
-      const UInt64 set = word & kTop;
-      if (set == 0) continue;
-      count += ((set >> 7) * 0x0101010101010101ull) >> 56;  // bytes with the top bit
-      // Little-endian words: the lowest set bit is the first byte.
-      if (first < 0) first = i + __builtin_ctzll(set) / 8;
-      last = i + (63 - __builtin_clzll(set)) / 8;
-    }
-    for (; i < inCount; ++i) {
-      if (inRun[i] > 127) {
-        ++count;
-        if (first < 0) first = i;
-        last = i;
-      }
-    }
-    if (count) Widen(inX + first, inX + last + 1, inY, inZ, count);
+    const UInt64 count = CountSet(inRun, inCount);
+    if (count == 0) return;
+    Widen(inX + FirstSet(inRun, inCount), inX + LastSet(inRun, inCount) + 1, inY, inZ, count);
   }
   template <class V>
   void FinishedScanning(V&) {}
@@ -81,6 +63,46 @@ class XCropHelper {
     itsBack = std::max(itsBack, inZ + 1);
     itsCount += inCount;
     itsEmpty = false;
+  }
+
+  static constexpr UInt64 kTop = 0x8080808080808080ull;
+
+  static UInt64 Word(const UInt8* inBytes) {
+    UInt64 word;
+    std::memcpy(&word, inBytes, sizeof(word));
+    return word;
+  }
+  // Bytes above 127: their top bits are summed in eight byte-wide lanes of
+  // a word (at most 255 words a time, so that no lane overflows), and the
+  // lanes added up once per block.
+  static UInt64 CountSet(const UInt8* inRun, SInt32 inCount) {
+    constexpr UInt64 kOnes = 0x0101010101010101ull, kPairs = 0x00FF00FF00FF00FFull;
+    const SInt32 words = inCount / 8;
+    UInt64 count = 0;
+    for (SInt32 w = 0; w < words;) {
+      const SInt32 blockEnd = std::min(words, w + 255);
+      UInt64 lanes = 0;
+      for (; w < blockEnd; ++w) lanes += (Word(inRun + 8 * w) >> 7) & kOnes;
+      const UInt64 pairs = (lanes & kPairs) + ((lanes >> 8) & kPairs);
+      count += (pairs * 0x0001000100010001ull) >> 48;
+    }
+    for (SInt32 i = words * 8; i < inCount; ++i) count += inRun[i] >> 7;
+    return count;
+  }
+  // The index of the first and of the last byte above 127; the row has one.
+  static SInt32 FirstSet(const UInt8* inRun, SInt32 inCount) {
+    SInt32 i = 0;
+    for (; i + 8 <= inCount; i += 8)
+      if (const UInt64 set = Word(inRun + i) & kTop) return i + __builtin_ctzll(set) / 8;  // lowest byte first
+    while (inRun[i] <= 127) ++i;
+    return i;
+  }
+  static SInt32 LastSet(const UInt8* inRun, SInt32 inCount) {
+    SInt32 i = inCount;
+    for (; i >= 8; i -= 8)
+      if (const UInt64 set = Word(inRun + i - 8) & kTop) return i - 8 + (63 - __builtin_clzll(set)) / 8;
+    while (inRun[i - 1] <= 127) --i;
+    return i - 1;
   }
 
   SInt32 itsLeft = 0, itsRight = 0, itsTop = 0, itsBottom = 0, itsFront = 0, itsBack = 0;
