@@ -1,5 +1,6 @@
 #include "core/XProgress.h"
 
+#include <algorithm>
 #include <atomic>
 #include <exception>
 #include <memory>
@@ -17,6 +18,7 @@ std::atomic<bool> sHasSink{false};
 // Lock-free, so that a signal handler may set it.
 std::atomic<bool> sCancelRequested{false};
 static_assert(std::atomic<bool>::is_always_lock_free, "the cancel request must be safe in a signal handler");
+std::atomic<UInt32> sIntervalLimit{XProgress::kNoIntervalLimit};
 
 // Guards the sink's slot only; a sink may install another sink.
 std::mutex& SinkSlotMutex() {
@@ -46,7 +48,7 @@ std::shared_ptr<const XProgress::Sink> GetSink() {
 XProgress::XProgress(UInt64 inTotal, XProgressType inType, UInt32 inInterval, bool)
     : itsTotal(inTotal),
       itsPosition(0),
-      itsIntervalMicroseconds(UInt64(inInterval) * 1000),
+      itsIntervalMicroseconds(UInt64(std::min(inInterval, sIntervalLimit.load(std::memory_order_relaxed))) * 1000),
       itsNextReport(GetMicroSecondTime() + itsIntervalMicroseconds),
       itsParent(sCurrent),
       itsType(inType),
@@ -138,6 +140,9 @@ XProgress::Sink XProgress::SetSink(Sink inSink) {
 }
 
 bool XProgress::HasSink() { return sHasSink.load(); }
+
+void XProgress::SetIntervalLimit(UInt32 inMilliseconds) { sIntervalLimit.store(inMilliseconds); }
+UInt32 XProgress::GetIntervalLimit() { return sIntervalLimit.load(); }
 
 void XProgress::RequestCancel() { sCancelRequested.store(true, std::memory_order_relaxed); }
 void XProgress::ClearCancelRequest() { sCancelRequested.store(false, std::memory_order_relaxed); }

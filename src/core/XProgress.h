@@ -66,6 +66,13 @@ class MIRELAN_EXPORT XProgress {
   static void ClearCancelRequest();
   static bool IsCancelRequested();
 
+  // Caps the interval of every report made from now on, whatever its tool
+  // asked for: a host that shows livelier progress (a scripting console)
+  // lowers it; 0 calls the sink at every step. kNoIntervalLimit lifts the cap.
+  static constexpr UInt32 kNoIntervalLimit = 0xFFFFFFFFu;
+  static void SetIntervalLimit(UInt32 inMilliseconds);
+  static UInt32 GetIntervalLimit();
+
   // Installs the sink (an empty one for none) and returns the previous one.
   static Sink SetSink(Sink inSink);
   static bool HasSink();
