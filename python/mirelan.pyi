@@ -1,7 +1,7 @@
 """MirelanImaging for Python: light-microscopy volumes as numpy-native objects."""
 
 import os
-from typing import Callable, Literal, Optional, Sequence, Tuple, Union, overload
+from typing import Callable, Literal, Optional, Sequence, Tuple, TypedDict, Union, overload
 
 import numpy as np
 import numpy.typing as npt
@@ -19,6 +19,8 @@ PathLike = Union[str, "os.PathLike[str]"]
 ResampleFilter = Literal["automatic", "simple", "triangle", "bell", "bspline", "lanczos3"]
 FourierKernel = Literal["gaussian", "laplacian", "sobel_horizontal", "sobel_vertical"]
 SeedMode = Literal["similar", "brighter", "darker", "texture"]
+HistogramCounts = Tuple[np.ndarray, np.ndarray]
+"""(counts, edges) as numpy.histogram gives them: int64 counts, float64 edges."""
 Operator = Literal[
     "add", "subtract", "subtract_offset", "absolute_difference", "multiply", "divide_by_one_more", "minimum", "maximum"
 ]
@@ -291,6 +293,53 @@ def seed_threshold(
     tolerance: float = 0.0,
     connected: bool = True,
     progress: Progress = None,
+) -> Region: ...
+
+# ---------------------------------------------------------------- measurement and thresholds
+
+class ChannelStatistics(TypedDict, total=False):
+    """One channel's statistics; min, max, mean (and variance) are None when count is 0."""
+
+    min: Optional[float]
+    max: Optional[float]
+    mean: Optional[float]
+    count: int
+    variance: Optional[float]
+
+def statistics(
+    volume: Volume,
+    region: Optional[Region] = None,
+    *,
+    exclude_limits: bool = False,
+    exclude_zero: bool = False,
+    exclude_outside_display: bool = False,
+    variance: bool = True,
+    progress: Progress = None,
+) -> list[ChannelStatistics]: ...
+@overload
+def histogram(
+    volume: Volume,
+    region: Optional[Region] = None,
+    *,
+    mode: Literal["luminance", "percentage"] = "luminance",
+    progress: Progress = None,
+) -> HistogramCounts: ...
+@overload
+def histogram(
+    volume: Volume,
+    region: Optional[Region] = None,
+    *,
+    mode: Literal["rgb", "hsi", "ratio"],
+    progress: Progress = None,
+) -> list[HistogramCounts]: ...
+def threshold(
+    volume: Volume, low: float, high: float, *, invert: bool = False, progress: Progress = None
+) -> Region: ...
+def percentage_threshold(
+    volume: Volume, low: float, high: float, *, invert: bool = False, progress: Progress = None
+) -> Region: ...
+def std_threshold(
+    volume: Volume, low: float, high: float, *, invert: bool = False, progress: Progress = None
 ) -> Region: ...
 
 # ---------------------------------------------------------------- files and streams

@@ -136,6 +136,7 @@ void BindRegions(py::module_& m);
 void BindTools(py::module_& m);
 void BindFilters(py::module_& m);
 void BindSegmentation(py::module_& m);
+void BindMeasurement(py::module_& m);
 void BindRendering(py::module_& m);
 void BindROIs(py::module_& m);
 void BindFiles(py::module_& m);

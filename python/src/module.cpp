@@ -16,7 +16,9 @@ Regions are voxel sets with set algebra. Tools (invert, flip, rotate_cw,
 arithmetic, resample, rotate, render, ...), filters (convolve,
 median_filter, dilate, fft_filter, ...) and segmentation (label,
 find_objects, seed_threshold) release the GIL and take an optional progress
-callback progress(done, total, message) that cancels by returning False. Files: read
+callback progress(done, total, message) that cancels by returning False.
+Measurement (statistics, histogram) and thresholds into regions (threshold,
+percentage_threshold, std_threshold) only read the volume. Files: read
 and write TIFF stacks and .mis stack files; dumps/loads/save/load the
 library's stream format. Errors of the library raise mirelan.Error with the
 error number; broken preconditions raise mirelan.InternalError.
@@ -29,6 +31,7 @@ error number; broken preconditions raise mirelan.InternalError.
   BindTools(m);
   BindFilters(m);
   BindSegmentation(m);
+  BindMeasurement(m);
   BindRendering(m);
   BindROIs(m);
   BindFiles(m);

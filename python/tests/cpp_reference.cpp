@@ -8,7 +8,8 @@
 // offset AMOUNT, arithmetic OPERATOR (objects 0 and 1), and_mask (volume 0,
 // mask 1), convert PIXEL_TYPE, grow X Y Z (a region), median SIZE,
 // resample WIDTH HEIGHT DEPTH FILTER, fft_gaussian SIGMA MARGIN, label (a
-// region; the labels), seed_threshold MODE TOLERANCE CONNECTED X Y Z.
+// region; the labels), seed_threshold MODE TOLERANCE CONNECTED X Y Z,
+// threshold KIND LOW HIGH INVERT (KIND: intensity, percentage, std).
 #include <cstdlib>
 #include <iostream>
 #include <memory>
@@ -22,6 +23,9 @@
 #include "numeric/XFourierStrategyManager.h"
 #include "numeric/XFourierVolume.h"
 #include "segmentation/X3DConnectedComponentsTool.h"
+#include "segmentation/XIntensityThresholdTool.h"
+#include "segmentation/XPercentageThresholdTool.h"
+#include "segmentation/XStandardDeviationThresholdTool.h"
 #include "segmentation/XVolumeSeedThresholdTool.h"
 #include "storage/XImageStack.h"
 #include "storage/XRegisterImagingClasses.h"
@@ -137,6 +141,22 @@ std::unique_ptr<XStorable> Run(const std::string& inTool, const std::vector<std:
     const X3DPoint seed(X3DPointT<SInt32>(std::stoi(inArguments.at(3)), std::stoi(inArguments.at(4)),
                                           std::stoi(inArguments.at(5))));
     return std::make_unique<X3DRegion>(tool.ApplyTool(VolumeAt(ioObjects, 0), seed));
+  }
+  if (inTool == "threshold") {
+    const std::string& kind = inArguments.at(0);
+    const Float32 low = std::stof(inArguments.at(1)), high = std::stof(inArguments.at(2));
+    const bool invert = std::stoi(inArguments.at(3)) != 0;
+    auto region = std::make_unique<X3DRegion>();
+    const XVolume& volume = VolumeAt(ioObjects, 0);
+    if (kind == "intensity")
+      XIntensityThresholdTool().ApplyThreshold(*region, volume, low, high, invert);
+    else if (kind == "percentage")
+      XPercentageThresholdTool().ApplyThreshold(*region, volume, low, high, invert);
+    else if (kind == "std")
+      XStandardDeviationThresholdTool().ApplyThreshold(*region, volume, low, high, invert);
+    else
+      throw std::invalid_argument("threshold kind " + kind);
+    return region;
   }
   throw std::invalid_argument("unknown tool " + inTool);
 }
