@@ -150,8 +150,12 @@ void XIntegerVolume<T>::WriteStreamSelf(XStream& inStream) const {
 
 template <class T>
 XNumberVolume<T>& XNumberVolume<T>::operator+=(T inValue) {
-  const Promote<T> value = inValue;
-  ForEachElement(*this, [value](T v) { return T(Promote<T>(v) + value); });
+  // The wide kernel adds in the voxel's own width: the same result, since
+  // integers wrap to it and a float sum is a float.
+  XLock lock(*this, kLockReadWrite);
+  T* voxel = this->GetBaseVoxelPtr();
+  XAssert(voxel);
+  XWideAdd(voxel, this->GetVolumeVoxels(), inValue);
   return *this;
 }
 

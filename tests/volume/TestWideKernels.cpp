@@ -186,3 +186,25 @@ TEST(WideKernels, SaturatingSumsAndDifferencesOnEveryPath) {
     for (size_t i = 0; i < same.size(); ++i) ASSERT_EQ(same[i], std::min(2 * a8[i], 255));
   });
 }
+
+TEST(WideKernels, AddingAValueWrapsIntegersAndRoundsFloatsAsThePlainLoopOnEveryPath) {
+  std::mt19937 random(13);
+  const auto check = [&](auto inValue, auto inMake) {
+    using T = decltype(inValue);
+    std::vector<T> data(1003);
+    for (auto& v : data) v = inMake();
+    ForEveryPath([&] {
+      for (UInt64 start : {0, 5})
+        for (UInt64 count : {UInt64(0), UInt64(7), UInt64(256), UInt64(998)}) {
+          auto wide = data, plain = data;
+          XWideAdd(wide.data() + start, count, inValue);
+          for (UInt64 i = start; i < start + count; ++i) plain[i] = T(plain[i] + inValue);
+          ASSERT_EQ(std::memcmp(wide.data(), plain.data(), data.size() * sizeof(T)), 0) << start << " " << count;
+        }
+    });
+  };
+  check(UInt8(200), [&] { return UInt8(random()); });
+  check(UInt16(65000), [&] { return UInt16(random()); });
+  check(UInt32(0xFFFFFF00u), [&] { return UInt32(random()); });
+  check(0.1f, [&] { return Float32(SInt32(random() % 20001) - 10000) / 7.0f; });
+}

@@ -22,6 +22,12 @@ void XWideSaturatingAdd(UInt16* ioA, const UInt16* inB, UInt64 inCount);
 void XWideSaturatingSubtract(UInt8* ioA, const UInt8* inB, UInt64 inCount);
 void XWideSaturatingSubtract(UInt16* ioA, const UInt16* inB, UInt64 inCount);
 
+// v + inValue for every value, in place; integers wrap.
+void XWideAdd(UInt8* ioValues, UInt64 inCount, UInt8 inValue);
+void XWideAdd(UInt16* ioValues, UInt64 inCount, UInt16 inValue);
+void XWideAdd(UInt32* ioValues, UInt64 inCount, UInt32 inValue);
+void XWideAdd(Float32* ioValues, UInt64 inCount, Float32 inValue);
+
 // The exact sum of the run.
 UInt64 XWideSum(const UInt8* inRun, UInt64 inCount);
 UInt64 XWideSum(const UInt16* inRun, UInt64 inCount);
