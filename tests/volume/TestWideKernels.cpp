@@ -208,3 +208,17 @@ TEST(WideKernels, AddingAValueWrapsIntegersAndRoundsFloatsAsThePlainLoopOnEveryP
   check(UInt32(0xFFFFFF00u), [&] { return UInt32(random()); });
   check(0.1f, [&] { return Float32(SInt32(random() % 20001) - 10000) / 7.0f; });
 }
+
+TEST(WideKernels, ReversedBytesOnEveryPath) {
+  std::vector<UInt8> source(300);
+  for (size_t i = 0; i < source.size(); ++i) source[i] = UInt8(i * 7 + 3);
+  ForEveryPath([&] {
+    for (UInt64 count : {0, 1, 8, 31, 64, 65, 130, 300}) {
+      std::vector<UInt8> dest(count + 2, 0xEE);
+      XWideReverseBytes(source.data(), dest.data() + 1, count);
+      for (UInt64 i = 0; i < count; ++i) ASSERT_EQ(dest[1 + count - 1 - i], source[i]) << count << " at " << i;
+      EXPECT_EQ(dest.front(), 0xEE);
+      EXPECT_EQ(dest.back(), 0xEE);
+    }
+  });
+}

@@ -8,6 +8,7 @@
 
 #include "core/XException.h"
 #include "core/XTypes.h"
+#include "volume/internal/XWideKernels.h"
 
 namespace mirelan {
 
@@ -32,8 +33,7 @@ void XDispatchOnVoxelBytes(UInt32 inVoxelBytes, Fn&& inFn) {
 }
 
 // Reverses a row of inWidth voxels into another row (not the same one).
-// Fixed blocks of restrict voxels let the compiler use vector shuffles; bytes
-// go eight at a time through a byte swap of a 64-bit word.
+// Fixed blocks of restrict voxels let the compiler use vector shuffles.
 template <class V>
 inline void XReverseBlock(const V* __restrict inSource, V* __restrict ioDestEnd) {
   for (int j = 0; j < 16; ++j) ioDestEnd[-1 - j] = inSource[j];
@@ -41,17 +41,10 @@ inline void XReverseBlock(const V* __restrict inSource, V* __restrict ioDestEnd)
 
 template <class V>
 inline void XReverseRow(const V* inSource, V* ioDest, UInt32 inWidth) {
+  // Bytes go through the byte shuffles of the widest vectors there are.
+  if constexpr (std::is_same_v<V, UInt8>) return XWideReverseBytes(inSource, ioDest, inWidth);
   UInt32 x = 0;
-  if constexpr (std::is_same_v<V, UInt8>) {
-    for (; x + 8 <= inWidth; x += 8) {
-      UInt64 word;
-      std::memcpy(&word, inSource + x, 8);
-      word = __builtin_bswap64(word);
-      std::memcpy(ioDest + inWidth - x - 8, &word, 8);
-    }
-  } else {
-    for (; x + 16 <= inWidth; x += 16) XReverseBlock(inSource + x, ioDest + inWidth - x);
-  }
+  for (; x + 16 <= inWidth; x += 16) XReverseBlock(inSource + x, ioDest + inWidth - x);
   for (; x < inWidth; ++x) ioDest[inWidth - 1 - x] = inSource[x];
 }
 

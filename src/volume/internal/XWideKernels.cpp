@@ -89,6 +89,50 @@ void MinMax(const T* inRun, UInt64 inCount, T& ioLow, T& ioHigh) {
   }
 }
 
+// ---------------------------------------------------------------- reversing bytes
+
+// outDest[n - 1 - i] = inSource[i]. The wide forms reverse the bytes within
+// each 16-byte lane with a byte shuffle, then the order of the lanes.
+void ReverseTail(const UInt8* inSource, UInt8* outDest, UInt64 inCount, UInt64 inFrom) {
+  UInt64 i = inFrom;
+  for (; i + 8 <= inCount; i += 8) {
+    UInt64 word;
+    std::memcpy(&word, inSource + i, 8);
+    word = __builtin_bswap64(word);
+    std::memcpy(outDest + inCount - i - 8, &word, 8);
+  }
+  for (; i < inCount; ++i) outDest[inCount - 1 - i] = inSource[i];
+}
+
+// Byte j of every 16-byte lane takes byte 15 - j of the lane.
+alignas(64) constexpr UInt8 kLaneReversal[64] = {
+    15, 14, 13, 12, 11, 10, 9, 8, 7, 6, 5, 4, 3, 2, 1, 0, 15, 14, 13, 12, 11, 10, 9, 8, 7, 6, 5, 4, 3, 2, 1, 0,
+    15, 14, 13, 12, 11, 10, 9, 8, 7, 6, 5, 4, 3, 2, 1, 0, 15, 14, 13, 12, 11, 10, 9, 8, 7, 6, 5, 4, 3, 2, 1, 0};
+
+__attribute__((target("avx2"))) void ReverseAVX2(const UInt8* inSource, UInt8* outDest, UInt64 inCount) {
+  const __m256i lane = _mm256_load_si256(reinterpret_cast<const __m256i*>(kLaneReversal));
+  UInt64 i = 0;
+  for (; i + 32 <= inCount; i += 32) {
+    __m256i v = _mm256_shuffle_epi8(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(inSource + i)), lane);
+    v = _mm256_permute2x128_si256(v, v, 0x01);
+    _mm256_storeu_si256(reinterpret_cast<__m256i*>(outDest + inCount - i - 32), v);
+  }
+  ReverseTail(inSource, outDest, inCount, i);
+}
+
+__attribute__((target("avx512f,avx512bw"))) void ReverseAVX512(const UInt8* inSource, UInt8* outDest,
+                                                               UInt64 inCount) {
+  const __m512i lane = _mm512_load_si512(kLaneReversal);
+  const __m512i lanes = _mm512_set_epi64(1, 0, 3, 2, 5, 4, 7, 6);  // 16-byte lanes 3, 2, 1, 0
+  UInt64 i = 0;
+  for (; i + 64 <= inCount; i += 64) {
+    __m512i v = _mm512_shuffle_epi8(_mm512_loadu_si512(inSource + i), lane);
+    v = _mm512_permutexvar_epi64(lanes, v);
+    _mm512_storeu_si512(outDest + inCount - i - 64, v);
+  }
+  ReverseTail(inSource, outDest, inCount, i);
+}
+
 // ---------------------------------------------------------------- adding a value
 
 // v + value in place, wrapping for integers; each element on its own, so
@@ -477,6 +521,14 @@ void XWideSaturatingSubtract(UInt8* ioA, const UInt8* inB, UInt64 inCount) {
 }
 void XWideSaturatingSubtract(UInt16* ioA, const UInt16* inB, UInt64 inCount) {
   Saturate<UInt16, false>(ioA, inB, inCount);
+}
+
+void XWideReverseBytes(const UInt8* inSource, UInt8* outDest, UInt64 inCount) {
+  switch (XGetInstructionSet()) {
+    case XInstructionSet::kAVX512: return ReverseAVX512(inSource, outDest, inCount);
+    case XInstructionSet::kAVX2: return ReverseAVX2(inSource, outDest, inCount);
+    case XInstructionSet::kSSE2: return ReverseTail(inSource, outDest, inCount, 0);
+  }
 }
 
 void XWideAdd(UInt8* ioValues, UInt64 inCount, UInt8 inValue) { Add(ioValues, inCount, inValue); }

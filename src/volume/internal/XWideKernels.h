@@ -22,6 +22,10 @@ void XWideSaturatingAdd(UInt16* ioA, const UInt16* inB, UInt64 inCount);
 void XWideSaturatingSubtract(UInt8* ioA, const UInt8* inB, UInt64 inCount);
 void XWideSaturatingSubtract(UInt16* ioA, const UInt16* inB, UInt64 inCount);
 
+// outDest[inCount - 1 - i] = inSource[i]: a row of bytes reversed into
+// another one (the two must not overlap).
+void XWideReverseBytes(const UInt8* inSource, UInt8* outDest, UInt64 inCount);
+
 // v + inValue for every value, in place; integers wrap.
 void XWideAdd(UInt8* ioValues, UInt64 inCount, UInt8 inValue);
 void XWideAdd(UInt16* ioValues, UInt64 inCount, UInt16 inValue);
