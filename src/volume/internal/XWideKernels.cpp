@@ -127,7 +127,7 @@ __attribute__((target("avx512f,avx512bw"))) void ReverseAVX512(const UInt8* inSo
   UInt64 i = 0;
   for (; i + 64 <= inCount; i += 64) {
     __m512i v = _mm512_shuffle_epi8(_mm512_loadu_si512(inSource + i), lane);
-    v = _mm512_permutexvar_epi64(lanes, v);
+    v = _mm512_mask_permutexvar_epi64(v, 0xFF, lanes, v);  // every lane; the unmasked form trips a GCC 12 warning
     _mm512_storeu_si512(outDest + inCount - i - 64, v);
   }
   ReverseTail(inSource, outDest, inCount, i);
