@@ -67,12 +67,11 @@ std::unique_ptr<XStorable> Labels16(const X3DRegion& inRegion) {
   auto result = std::make_unique<XGrey16Volume>(labels->GetBounds());
   XLock from(*labels, kLockRead);
   XLock to(*result, kLockWrite);
-  for (UInt32 z = 0; z < labels->GetDepth(); ++z)
-    for (UInt32 y = 0; y < labels->GetHeight(); ++y) {
-      auto* in = reinterpret_cast<const UInt32*>(labels->GetBasePtr() + z * labels->GetPlaneBytes() +
-                                                 y * labels->GetRowBytes());
-      auto* out = reinterpret_cast<UInt16*>(result->GetBasePtr() + z * result->GetPlaneBytes() +
-                                            y * result->GetRowBytes());
+  const X3DRect& box = labels->GetBounds();
+  for (SInt32 z = box.front; z < box.back; ++z)
+    for (SInt32 y = box.top; y < box.bottom; ++y) {
+      const UInt32* in = labels->GetVoxelPtr(box.left, y, z);
+      UInt16* out = result->GetVoxelPtr(box.left, y, z);
       for (UInt32 x = 0; x < labels->GetWidth(); ++x) out[x] = UInt16(in[x]);
     }
   return result;

@@ -198,7 +198,9 @@ void XSpeaker::SpeakMessage(const XMessage& inMessage, XWhen inWhen) {
 
   std::unique_ptr<XMessage> clone(inMessage.Clone());
   // A derived message that forgot Clone would be queued cut down to its base.
-  XAssert(clone && typeid(*clone) == typeid(inMessage));
+  XAssert(clone);
+  const XMessage& cloned = *clone;
+  XAssert(typeid(cloned) == typeid(inMessage));
   std::unique_ptr<XMessage> replaced;  // destroyed outside the lock
   std::function<void()> notifier;
   {

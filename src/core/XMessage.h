@@ -71,7 +71,7 @@ class MIRELAN_EXPORT XListener {
   friend class XSpeaker;
   friend struct XMessageCentre;
   std::vector<XSpeaker*> itsSpeakers;  // guarded by the process-wide message lock
-  SInt32 itsActiveCalls = 0;           // deliveries under way on any thread, likewise
+  [[maybe_unused]] SInt32 itsActiveCalls = 0;  // kept for the stated layout; deliveries are counted centrally
 };
 
 // Speaks messages to its listeners, in the order they subscribed. Handlers

@@ -122,7 +122,7 @@ class MIRELAN_EXPORT XThread {
 
   XString itsName;
   XThreadPriority itsPriority;
-  UInt32 itsStackSize;
+  [[maybe_unused]] UInt32 itsStackSize;  // std::thread takes the system's stack size
 
   std::thread itsThread;
   std::mutex itsJoinMutex;  // one joiner at a time

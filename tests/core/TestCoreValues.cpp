@@ -67,7 +67,8 @@ TEST(XRefPtr, CountsAndDeletesAtZero) {
     XRefPtr<Shared> b = a;
     XRefPtr<Shared> c = std::move(b);
     EXPECT_FALSE(b);
-    c = c;  // self-assignment keeps it alive
+    XRefPtr<Shared>& same = c;
+    c = same;  // self-assignment keeps it alive
     a.reset(a.get());
     EXPECT_EQ(a->GetRefCount(), 2u);
     c.reset();
