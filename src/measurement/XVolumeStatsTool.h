@@ -1,7 +1,9 @@
 // Minimum, maximum, mean and pixel count per channel (XVolumeStatsTool), and
 // the population variance (XVolumeVarianceTool), of a volume or a region.
-// Grey volumes have one channel; ARGB32, BGRA32 and RGB48 three: red, green,
-// blue (alpha is never counted). Channels are numbered from 1.
+// Grey volumes have one channel; ARGB32 and RGB48 three: red, green, blue
+// (alpha is never counted). A BGRA32 volume is scanned as ARGB32 but reports
+// one channel, and only that many results are given back: its first.
+// Channels are numbered from 1.
 //
 // The option word leaves values out:
 //   kExcludeTypeLimits: the type's own limits (0 and 255, 0 and 65535,
