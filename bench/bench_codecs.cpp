@@ -114,12 +114,12 @@ std::vector<std::unique_ptr<XVolume>> OpenLazily(const XFileSpec& inSpec) {
 }
 
 void BM_LazyOpen2000Planes(benchmark::State& state) {
-  const XFileSpec spec = PlaneFile().GetSpec();
+  const XFileSpec file = PlaneFile().GetSpec();
   UInt64 allocated = 0, resident = 0, heap = 0;
   for (auto _ : state) {
     const UInt64 allocatedBefore = XMemoryHandle::GetAllocatedBytes(), residentBefore = ResidentBytes();
     const UInt64 heapBefore = ::mallinfo2().uordblks;
-    std::vector<std::unique_ptr<XVolume>> planes = OpenLazily(spec);
+    std::vector<std::unique_ptr<XVolume>> planes = OpenLazily(file);
     allocated = std::max(allocated, XMemoryHandle::GetAllocatedBytes() - allocatedBefore);
     heap = std::max<UInt64>(heap, ::mallinfo2().uordblks - heapBefore);
     resident = std::max<UInt64>(resident, std::max<SInt64>(0, SInt64(ResidentBytes()) - SInt64(residentBefore)));
@@ -139,10 +139,10 @@ void BM_LazyOpen2000Planes(benchmark::State& state) {
 BENCHMARK(BM_LazyOpen2000Planes)->Unit(benchmark::kMillisecond)->UseRealTime();
 
 void BM_LazyFirstLockOfOnePlane(benchmark::State& state) {
-  const XFileSpec spec = PlaneFile().GetSpec();
+  const XFileSpec file = PlaneFile().GetSpec();
   for (auto _ : state) {
     state.PauseTiming();
-    std::vector<std::unique_ptr<XVolume>> planes = OpenLazily(spec);
+    std::vector<std::unique_ptr<XVolume>> planes = OpenLazily(file);
     state.ResumeTiming();
     {
       XLock lock(*planes[kPlanes / 2], kLockRead);

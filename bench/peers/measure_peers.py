@@ -25,10 +25,9 @@ cache: 64 planes of Grey16, 128 of Grey8).
 Usage: /usr/bin/python3 bench/peers/measure_peers.py [BENCH_DIR] [--small]
 (BENCH_DIR holds bench_measurement and bench_threshold, default build/bench)
 """
-import importlib.machinery
-import importlib.util
 import os
 import sys
+import types
 
 import numpy as np
 
@@ -38,10 +37,10 @@ HERE = os.path.dirname(os.path.abspath(__file__))
 def load_compare():
     """bench/compare as a module: the one way of timing both sides."""
     path = os.path.join(HERE, "..", "compare")
-    loader = importlib.machinery.SourceFileLoader("mirelan_compare", path)
-    spec = importlib.util.spec_from_loader(loader.name, loader)
-    module = importlib.util.module_from_spec(spec)
-    loader.exec_module(module)
+    module = types.ModuleType("mirelan_compare")
+    module.__file__ = path
+    with open(path) as source:
+        exec(compile(source.read(), path, "exec"), module.__dict__)
     return module
 
 

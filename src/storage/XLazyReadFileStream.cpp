@@ -57,8 +57,7 @@ XDataFetcher* MakeFetcher(const XFileSpec& inSpec, const SInt64& inPosition) {
 
 // ================================================================ XLazyReadFileStream
 
-// The core's file stream takes no further arguments where the original
-// passed 8 and 7.
+// A lazy stream only ever reads the file it was opened on.
 XLazyReadFileStream::XLazyReadFileStream(XFile& ioFile, XFileMode inMode, UInt64 inBufferBytes)
     : XFileStream(ioFile, inMode, inBufferBytes) {
   XAssert(inMode == kReadOnly);
@@ -90,10 +89,10 @@ XStorable* XLazyReadFileStream::ReadObject(XStorable::XOptions inOptions) {
 
 XStorable* XLazyReadFileStream::ReadHandle(const XVersion& inVersion, UInt64 inPosition) {
   XCreatingScope creating(*this, inVersion);
-  const XFileSpec& spec = GetFileSpec();
+  const XFileSpec& file = GetFileSpec();
   if (GetStreamFormat() < kFirstLazyFormat) {
     std::unique_ptr<XMemoryHandle> handle(new XMemoryHandle(*this, true));
-    handle->SetDataFetcher(new XLazyReadFileStreamDF(spec, SInt64(inPosition)));
+    handle->SetDataFetcher(new XLazyReadFileStreamDF(file, SInt64(inPosition)));
     return handle.release();
   }
   UInt64 size = 0, offset = 0;
@@ -105,13 +104,13 @@ XStorable* XLazyReadFileStream::ReadHandle(const XVersion& inVersion, UInt64 inP
   if (compression == kNotCompressed && size >= kMapThreshold) {
     // Only skips the object: its data is mapped, never read.
     delete XClassRegistry::CreateObject(inVersion, *this, XStorable::kReadHeaderOnly);
-    return new XMappedFileMemoryHandle(spec, offset, size, 0, 5, 0);
+    return new XMappedFileMemoryHandle(file, offset, size, 0, 5, 0);
   }
   if (size <= kReadAtOnceBytes) return XClassRegistry::CreateObject(inVersion, *this, XStorable::kReadAll);
   std::unique_ptr<XStorable> object(XClassRegistry::CreateObject(inVersion, *this, XStorable::kReadHeaderOnly));
   auto* handle = dynamic_cast<XMemoryHandle*>(object.get());
   XAssert(handle);
-  handle->SetDataFetcher(new XLazyReadFileStreamDF(spec, SInt64(inPosition)));
+  handle->SetDataFetcher(new XLazyReadFileStreamDF(file, SInt64(inPosition)));
   return object.release();
 }
 

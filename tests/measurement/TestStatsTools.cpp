@@ -55,7 +55,7 @@ void ExpectStats(const XVolumeVarianceTool& inTool, UInt32 inChannel, const Expe
   EXPECT_EQ(inTool.GetMin(inChannel), inExpected.min);
   EXPECT_EQ(inTool.GetMax(inChannel), inExpected.max);
   EXPECT_EQ(inTool.GetMean(inChannel), inExpected.Mean());
-  // Summed in voxel order, as the reference does: equal to the last bit.
+  // Summed in voxel order, as the tool promises: equal to the last bit.
   EXPECT_EQ(inTool.GetVariance(inChannel), inExpected.squares / inExpected.count);
 }
 
